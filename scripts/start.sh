@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds the studio with its demo engine and examples, and starts it
+# with an example script open, ready to run.
+set -euo pipefail
+root="$(cd "$(dirname "$0")/.." && pwd)"
+build="${TOVREL_BUILD_DIR:-$root/build}"
+
+"$root/scripts/install-deps.sh"
+cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTOVREL_BUILD_TESTS=OFF \
+      -DTOVREL_BUILD_BENCHMARKS=OFF
+cmake --build "$build" -j"$(nproc)"
+
+studio="$build/bin/tovrel-studio"
+example="$(find "$build/bin/User Guide Examples" -name '*.imp' 2>/dev/null | sort | head -n 1 || true)"
+if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
+    echo "Built $studio. No display was found, so it was not started."
+    exit 0
+fi
+echo "Starting $studio ${example:+with $example}"
+exec "$studio" ${example:+"$example"}
