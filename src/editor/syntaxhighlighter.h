@@ -1,0 +1,88 @@
+#ifndef SYNTAXHIGHLIGHTER_H
+#define SYNTAXHIGHLIGHTER_H
+
+#include "editor/syntaxmode.h"
+
+#include <QChar>
+#include <QColor>
+#include <QList>
+#include <QRegularExpression>
+#include <QSyntaxHighlighter>
+#include <QTextCharFormat>
+
+class QTextDocument;
+
+// Colours a script line by line. Every line gets all rules in order, a later rule's format
+// replacing an earlier one's where they overlap; no state is carried between lines.
+class SyntaxHighlighter : public QSyntaxHighlighter
+{
+    Q_OBJECT
+public:
+    struct HighlightingRule
+    {
+        QRegularExpression pattern;
+        QTextCharFormat format;
+    };
+
+    explicit SyntaxHighlighter(QTextDocument *parent);
+
+    void setSyntaxMode(SyntaxMode vMode);
+    SyntaxMode syntaxMode() const { return m_mode; }
+
+    // Colour schemes; both rebuild the rules but leave re-highlighting to the caller.
+    void useLightColours();
+    void useDarkColours();
+
+    // Detects a commented line for the block comment toggle; always "#" or "!", whatever marker
+    // the settings name.
+    QRegularExpression commentExpression() const;
+    static QRegularExpression indentExpression();
+
+    // The rules in the order they apply, one per keyword. Highlighting itself runs a faster
+    // equivalent of this list (see compiled passes in the source).
+    const QList<HighlightingRule> &rules() const { return m_rules; }
+
+public Q_SLOTS:
+    void applySettings();
+    void setupHighlighter();
+
+protected:
+    void highlightBlock(const QString &vText) override;
+
+private:
+    // One global match over a line. A pass may stand for several rules that share a format.
+    struct Pass
+    {
+        QRegularExpression pattern;
+        QTextCharFormat format;
+        QChar required; // a character every match contains; lines without it are skipped
+    };
+
+    void useColours(const QVariantMap &vColours, const QColor &vSpecialComment);
+    void buildFormats();
+    void addRule(const QString &vPattern, const QTextCharFormat &vFormat, QChar vRequired = {},
+                 const QString &vFastPattern = {});
+    void addKeywordRules(const QStringList &vKeywords, bool vCaseSensitive);
+
+    SyntaxMode m_mode = SyntaxMode::Engine;
+    QList<HighlightingRule> m_rules;
+    QList<Pass> m_passes;
+
+    QColor m_numberColour;
+    QColor m_functionColour;
+    QColor m_commentColour;
+    QColor m_quotesColour;
+    QColor m_operatorColour;
+    QColor m_constantColour;
+    QColor m_specialCommentColour;
+
+    QTextCharFormat m_keywordFormat;
+    QTextCharFormat m_headingFormat;
+    QTextCharFormat m_commentFormat;
+    QTextCharFormat m_specialCommentFormat;
+    QTextCharFormat m_quotesFormat;
+    QTextCharFormat m_numberFormat;
+    QTextCharFormat m_operatorFormat;
+};
+
+#endif // SYNTAXHIGHLIGHTER_H

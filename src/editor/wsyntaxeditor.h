@@ -1,0 +1,67 @@
+#ifndef WSYNTAXEDITOR_H
+#define WSYNTAXEDITOR_H
+
+#include "editor/syntaxmode.h"
+
+#include <QColor>
+#include <QList>
+#include <QString>
+#include <QTextEdit>
+
+class QKeyEvent;
+class QTextCursor;
+class SyntaxHighlighter;
+
+// The script editor: plain text with syntax colours and line-oriented commands. Every command
+// is one undo step.
+class WSyntaxEditor : public QTextEdit
+{
+    Q_OBJECT
+public:
+    explicit WSyntaxEditor(QWidget *parent = nullptr);
+
+    void setSyntaxMode(SyntaxMode vMode);
+    SyntaxMode syntaxMode() const;
+
+    SyntaxHighlighter *highlighter() const { return m_highlighter; }
+    QString commentMarker() const { return m_commentMarker; }
+    QColor lineHighlightColour() const { return m_lineHighlightColour; }
+
+public Q_SLOTS:
+    void duplicateSelection();
+    void selectLine();
+    void addIndent();
+    void unIndent();
+    void comment();
+    void applySettings();
+    void highlightCurrentLine();
+
+protected:
+    void keyPressEvent(QKeyEvent *e) override;
+
+private:
+    // The lines a multi-line command works on: the document position of the first line's start,
+    // the end of the selection, and each line's start as an offset from the first.
+    struct LineSpan
+    {
+        int firstLineStart = 0;
+        int end = 0;
+        QList<int> lineOffsets;
+    };
+
+    LineSpan selectedLines() const;
+    QString textBetween(int vFrom, int vTo) const;
+    void replaceBetween(int vFrom, int vTo, const QString &vText);
+    void selectBetween(int vAnchor, int vPosition);
+    void updateTabStop();
+    void commentLine();
+    void commentSelection();
+    bool selectionSpansLines() const;
+    void insertLineBreak();
+
+    SyntaxHighlighter *m_highlighter = nullptr;
+    QColor m_lineHighlightColour;
+    QString m_commentMarker;
+};
+
+#endif // WSYNTAXEDITOR_H
