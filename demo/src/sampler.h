@@ -1,0 +1,79 @@
+#pragma once
+
+#include "matrix.h"
+#include "random.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+class ModelData;
+
+// One chain of the Gibbs sampler. Each iteration draws, given the data completed by the current
+// imputations: the predictors' normal model (mean and covariance), then the regression
+// coefficients and residual variance jointly; then every missing value from its full conditional
+// given those parameters and the row's observed values.
+class Sampler
+{
+public:
+    Sampler(const ModelData &data, std::uint64_t seed, unsigned chain, unsigned chains);
+
+    // Parameters per iteration: intercept, slopes, residual variance, then (with predictors)
+    // standardized slopes and R2.
+    static std::size_t parameterCount(std::size_t predictors);
+
+    // Runs on until `iteration` iterations are done. False on a numerical breakdown; error() says
+    // why. Safe to call from a worker thread: a chain touches only its own state.
+    bool runTo(long iteration);
+    long done() const { return iterationsDone; }
+    const std::string &error() const { return failure; }
+
+    // done() x parameterCount() values in the user's units, iteration after iteration.
+    const std::vector<double> &draws() const { return history; }
+
+    // Iterations (1-based, ascending) after which the imputed values are kept.
+    void keepImputationsAt(std::vector<long> iterations);
+    // One entry per kept iteration: the imputed values of every missing cell, grouped-row order,
+    // in the user's units.
+    const std::vector<std::vector<double>> &imputations() const { return kept; }
+
+private:
+    struct PatternWork
+    {
+        std::vector<double> constant; // m
+        std::vector<double> onOutcome; // m
+        std::vector<double> onObserved; // m x o
+        std::vector<double> noise; // m x m, upper triangular
+        std::vector<std::pair<int, int>> pairs; // cross-product cells that involve missing values
+        std::vector<double> sums;
+    };
+
+    void disperseStart(unsigned chain, unsigned chains);
+    bool drawPredictorModel();
+    bool drawRegression();
+    void record();
+    bool imputeAndAccumulate(bool impute);
+    bool solvePattern(std::size_t index);
+    void keepIfWanted();
+
+    const ModelData &model;
+    Random random;
+    std::size_t p;
+    std::size_t d;
+    std::vector<double> values; // rows x d, standardized scale
+    Matrix cross; // Z'Z of the completed data
+    std::vector<double> mu;
+    Matrix precision; // of the predictors
+    Matrix covariance;
+    std::vector<double> coef; // intercept, slopes (standardized scale)
+    double variance = 1.0;
+    std::vector<PatternWork> work;
+
+    long iterationsDone = 0;
+    std::vector<double> history;
+    std::vector<long> keepAt;
+    std::size_t nextKeep = 0;
+    std::vector<std::vector<double>> kept;
+    std::string failure;
+};

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+// The settings of one run as read from a command script: commands "WORD: value;" with "#"
+// comments. Problems that make the run meaningless throw InputError; commands this engine does
+// not know only add a warning, so scripts written for a fuller engine still run.
+class Script
+{
+public:
+    static Script load(const std::filesystem::path &path);
+    static Script parse(const std::string &text, const std::string &name,
+                        const std::filesystem::path &folder);
+
+    std::string name; // how messages refer to the script
+    std::filesystem::path folder; // relative file names are taken from here
+
+    std::string dataFile;
+    int dataLine = 0;
+    std::vector<std::string> variables;
+    int variablesLine = 0;
+    bool hasMissingCode = false;
+    std::string missingCode;
+    std::string outcome;
+    std::vector<std::string> predictors;
+    int modelLine = 0;
+
+    std::uint64_t seed = 90291;
+    bool seedGiven = false;
+    long burn = 1000;
+    long iterations = 1000;
+    long chains = 2;
+    long imputations = 0;
+    int imputationsLine = 0;
+
+    std::string saveImputations;
+    std::string saveEstimates;
+    int saveLine = 0;
+    std::vector<std::string> options;
+    std::vector<std::string> plots;
+
+    std::vector<std::string> warnings;
+
+private:
+    struct Command
+    {
+        std::string word; // upper case
+        std::string value;
+        int line = 0;
+    };
+
+    static std::vector<Command> split(const std::string &text, const std::string &name);
+    void apply(const Command &command);
+    void applySave(const Command &command);
+    void applyModel(const Command &command);
+    long integerValue(const Command &command, long lowest, long highest) const;
+    std::string singleValue(const Command &command) const;
+    [[noreturn]] void fail(int line, const std::string &problem) const;
+};

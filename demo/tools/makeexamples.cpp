@@ -1,0 +1,64 @@
+// Regenerates the data files of the example scripts under examples/ (fixed seeds, so the files
+// only change when this program does). Usage: tovrel-demo-make-examples EXAMPLES_FOLDER
+#include "simdata.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+void make(const std::filesystem::path &file, SimData::Settings settings)
+{
+    std::filesystem::create_directories(file.parent_path());
+    SimData::make(settings).write(file, "999");
+    std::printf("wrote %s\n", file.string().c_str());
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (argc != 2) {
+        std::fprintf(stderr, "Usage: %s EXAMPLES_FOLDER\n", argv[0]);
+        return 2;
+    }
+    const std::filesystem::path root(argv[1]);
+
+    SimData::Settings complete;
+    complete.rows = 250;
+    complete.coefficients = {10.0, 0.8, -0.5, 0.3};
+    complete.residualSd = 2.0;
+    complete.correlation = 0.4;
+    complete.seed = 21;
+    make(root / "2.1-Linear Regression" / "complete.dat", complete);
+
+    SimData::Settings outcome = complete;
+    outcome.outcomeMissing = 0.3;
+    outcome.seed = 22;
+    make(root / "2.2-Missing Outcome" / "outcome.dat", outcome);
+
+    SimData::Settings predictors = complete;
+    predictors.outcomeMissing = 0.15;
+    predictors.predictorMissing = 0.25;
+    predictors.seed = 23;
+    make(root / "2.3-Missing Predictors" / "predictors.dat", predictors);
+
+    SimData::Settings imputation = predictors;
+    imputation.seed = 24;
+    make(root / "2.4-Multiple Imputation" / "imputation.dat", imputation);
+
+    // Highly correlated predictors with most values missing: the sampler needs many
+    // iterations to forget its dispersed starting values, which the PSR makes visible.
+    SimData::Settings slow;
+    slow.rows = 200;
+    slow.coefficients = {2.0, 1.0, 1.0};
+    slow.residualSd = 0.5;
+    slow.correlation = 0.95;
+    slow.outcomeMissing = 0.4;
+    slow.predictorMissing = 0.7;
+    slow.seed = 11;
+    make(root / "1.1-Potential Scale Reduction" / "slow.dat", slow);
+    make(root / "1.2-Longer Burn In" / "slow.dat", slow);
+    return 0;
+}
