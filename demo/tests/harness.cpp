@@ -1,0 +1,115 @@
+#include "harness.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+
+namespace harness {
+
+namespace {
+
+struct Test
+{
+    std::string suite;
+    std::string name;
+    std::function<void()> body;
+};
+
+std::vector<Test> &tests()
+{
+    static std::vector<Test> all;
+    return all;
+}
+
+int failures = 0;
+std::string rowName;
+
+} // namespace
+
+Registrar::Registrar(const char *suite, const char *name, std::function<void()> body)
+{
+    tests().push_back({suite, name, std::move(body)});
+}
+
+void fail(const char *file, int line, const std::string &message)
+{
+    ++failures;
+    std::cerr << "FAIL " << file << ":" << line << ": "
+              << (rowName.empty() ? "" : "[" + rowName + "] ") << message << std::endl;
+}
+
+Row::Row(std::string name)
+    : previous(rowName)
+{
+    rowName = previous.empty() ? name : previous + " / " + name;
+}
+
+Row::~Row()
+{
+    rowName = previous;
+}
+
+TempFolder::TempFolder()
+{
+    static std::atomic<int> counter {0};
+    const auto stamp = std::chrono::steady_clock::now().time_since_epoch().count();
+    folder = std::filesystem::temp_directory_path()
+        / ("tovrel-demo-test-" + std::to_string(stamp) + "-" + std::to_string(counter++));
+    std::filesystem::create_directories(folder);
+}
+
+TempFolder::~TempFolder()
+{
+    std::error_code ignored;
+    std::filesystem::remove_all(folder, ignored);
+}
+
+void TempFolder::write(const std::string &name, const std::string &content) const
+{
+    std::ofstream out(folder / name, std::ios::binary);
+    out << content;
+}
+
+std::string readFile(const std::filesystem::path &path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream content;
+    content << in.rdbuf();
+    return content.str();
+}
+
+std::vector<std::string> lines(const std::string &text)
+{
+    std::vector<std::string> result;
+    std::istringstream in(text);
+    std::string line;
+    while (std::getline(in, line))
+        result.push_back(line);
+    return result;
+}
+
+} // namespace harness
+
+// Usage: tovrel-demo-tests [SUITE]  runs every test, or those of one suite.
+int main(int argc, char **argv)
+{
+    const std::string only = argc > 1 ? argv[1] : "";
+    int ran = 0;
+    for (const auto &test : harness::tests()) {
+        if (!only.empty() && test.suite != only)
+            continue;
+        const int before = harness::failures;
+        test.body();
+        ++ran;
+        std::cout << (harness::failures == before ? "PASS " : "FAIL ") << test.suite << "."
+                  << test.name << std::endl;
+    }
+    if (ran == 0) {
+        std::cerr << "FAIL: no test matches \"" << only << "\"" << std::endl;
+        return 1;
+    }
+    std::cout << ran << " tests, " << harness::failures << " failed checks" << std::endl;
+    return harness::failures == 0 ? 0 : 1;
+}
