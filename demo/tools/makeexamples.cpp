@@ -46,7 +46,7 @@ int main(int argc, char **argv)
 
     SimData::Settings imputation = predictors;
     imputation.seed = 24;
-    make(root / "2.4-Multiple Imputation" / "imputation.dat", imputation);
+    make(root / "2.4-Multiple Imputation" / "incomplete.dat", imputation);
 
     // Highly correlated predictors with most values missing: the sampler needs many
     // iterations to forget its dispersed starting values, which the PSR makes visible.
@@ -59,6 +59,6 @@ int main(int argc, char **argv)
     slow.predictorMissing = 0.7;
     slow.seed = 11;
     make(root / "1.1-Potential Scale Reduction" / "slow.dat", slow);
-    make(root / "1.2-Longer Burn In" / "slow.dat", slow);
+    make(root / "1.2-Longer Burn-In" / "slow.dat", slow);
     return 0;
 }
