@@ -113,22 +113,10 @@ void ModelData::groupRows(const DataSet &data)
     std::stable_sort(originalRow.begin(), originalRow.end(),
                      [&](std::size_t a, std::size_t b) { return mask[a] < mask[b]; });
 
-    standardized.assign(nRows * d, 0.0);
     fixedCross = Matrix(d, d);
+    std::vector<double> z(d);
     for (std::size_t i = 0; i < nRows; ++i) {
         const std::size_t r = originalRow[i];
-        double *z = &standardized[i * d];
-        z[0] = 1.0;
-        for (std::size_t v = 0; v < dataColumns.size(); ++v)
-            if (!data.isMissing(r, dataColumns[v]))
-                z[v + 1] = (data.value(r, dataColumns[v]) - center[v]) / scale[v];
-        for (std::size_t j = 0; j < d; ++j)
-            for (std::size_t k = 0; k < d; ++k) {
-                const bool jObserved = j == 0 || !data.isMissing(r, dataColumns[j - 1]);
-                const bool kObserved = k == 0 || !data.isMissing(r, dataColumns[k - 1]);
-                if (jObserved && kObserved)
-                    fixedCross(j, k) += z[j] * z[k];
-            }
         if (i == 0 || mask[r] != mask[originalRow[i - 1]]) {
             Pattern pattern;
             pattern.first = i;
@@ -141,5 +129,28 @@ void ModelData::groupRows(const DataSet &data)
         ++groups.back().count;
         if (mask[r] == 0)
             ++nComplete;
+        z[0] = 1.0;
+        for (std::size_t v = 0; v < dataColumns.size(); ++v)
+            z[v + 1] = data.isMissing(r, dataColumns[v])
+                ? 0.0
+                : (data.value(r, dataColumns[v]) - center[v]) / scale[v];
+        for (std::size_t j = 0; j < d; ++j)
+            for (std::size_t k = 0; k < d; ++k) {
+                const bool jObserved = j == 0 || !data.isMissing(r, dataColumns[j - 1]);
+                const bool kObserved = k == 0 || !data.isMissing(r, dataColumns[k - 1]);
+                if (jObserved && kObserved)
+                    fixedCross(j, k) += z[j] * z[k];
+            }
     }
+    // Now that each pattern's size is known, lay its rows out column by column.
+    standardized.assign(nRows * d, 0.0);
+    for (const Pattern &pattern : groups)
+        for (std::size_t i = pattern.first; i < pattern.first + pattern.count; ++i) {
+            const std::size_t r = originalRow[i];
+            standardized[at(pattern, d, i, 0)] = 1.0;
+            for (std::size_t v = 0; v < dataColumns.size(); ++v)
+                if (!data.isMissing(r, dataColumns[v]))
+                    standardized[at(pattern, d, i, v + 1)]
+                        = (data.value(r, dataColumns[v]) - center[v]) / scale[v];
+        }
 }

@@ -13,7 +13,8 @@ class Script;
 // as z = (1, x1..xp, y) on a standardized scale (observed mean 0, SD 1), which keeps the cross
 // products well conditioned whatever the user's units; the priors used are invariant under this
 // change of scale, so nothing about the posterior changes. Rows are grouped by their pattern of
-// missing values, so per-pattern work is done once per iteration rather than once per row.
+// missing values, so per-pattern work is done once per iteration rather than once per row, and
+// each group is stored column by column, so the per-row work runs down contiguous arrays.
 class ModelData
 {
 public:
@@ -42,8 +43,14 @@ public:
     const std::string &outcome() const { return variableNames.back(); }
 
     const std::vector<Pattern> &patterns() const { return groups; }
-    // rows() x width() values in the grouped order; missing values hold 0.
+    // rows() x width() values; missing values hold 0. A pattern's block starts at
+    // first * width() and holds its columns one after another, each `count` long.
     const std::vector<double> &values() const { return standardized; }
+    static std::size_t at(const Pattern &pattern, std::size_t width, std::size_t row,
+                          std::size_t column)
+    {
+        return pattern.first * width + column * pattern.count + (row - pattern.first);
+    }
     const std::vector<std::size_t> &originalRows() const { return originalRow; }
     // Sum over rows of z_j z_k over the pairs observed in that row: the fixed part of Z'Z.
     const Matrix &observedCross() const { return fixedCross; }

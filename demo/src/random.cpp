@@ -1,12 +1,24 @@
 #include "random.h"
 
 #include <cmath>
+#include <cstring>
 
 namespace {
 
 std::uint64_t rotl(std::uint64_t x, int k)
 {
     return (x << k) | (x >> (64 - k));
+}
+
+// Gives x the sign bit 8 of bits selects, without a branch: the bit is a coin flip, which a
+// branch predictor cannot learn.
+double withSign(double x, std::uint64_t bits)
+{
+    std::uint64_t word;
+    std::memcpy(&word, &x, sizeof word);
+    word ^= (bits & 0x100) << 55;
+    std::memcpy(&x, &word, sizeof x);
+    return x;
 }
 
 std::uint64_t splitmix64(std::uint64_t &state)
@@ -27,6 +39,10 @@ struct Ziggurat
 
     double x[layers + 1];
     double f[layers + 1];
+    // A 53-bit uniform u lands inside layer i's part under the curve when u < inside[i]; the
+    // point is then u * scale[i]. Comparing integers keeps the common case cheap.
+    std::uint64_t inside[layers];
+    double scale[layers];
 
     Ziggurat()
     {
@@ -41,14 +57,14 @@ struct Ziggurat
         }
         x[layers] = 0.0;
         f[layers] = 1.0;
+        for (int i = 0; i < layers; ++i) {
+            inside[i] = static_cast<std::uint64_t>(x[i + 1] / x[i] * 0x1.0p53);
+            scale[i] = x[i] * 0x1.0p-53;
+        }
     }
 };
 
-const Ziggurat &ziggurat()
-{
-    static const Ziggurat table;
-    return table;
-}
+const Ziggurat table;
 
 } // namespace
 
@@ -92,31 +108,75 @@ double Random::uniformPositive()
 
 double Random::normal()
 {
-    const Ziggurat &z = ziggurat();
-    for (;;) {
-        const std::uint64_t bits = next();
-        const int layer = static_cast<int>(bits & 0xff);
-        const bool negative = (bits & 0x100) != 0;
-        // The top 53 bits place the point across the layer; they do not overlap the layer bits.
-        const double x = static_cast<double>(bits >> 11) * 0x1.0p-53 * z.x[layer];
-        if (x < z.x[layer + 1])
-            return negative ? -x : x;
-        if (layer == 0)
-            return normalTail(negative);
-        const double y = z.f[layer] + uniform() * (z.f[layer + 1] - z.f[layer]);
-        if (y < std::exp(-0.5 * x * x))
-            return negative ? -x : x;
-    }
+    const std::uint64_t bits = next();
+    const int layer = static_cast<int>(bits & 0xff);
+    // The top 53 bits place the point across the layer; they do not overlap the layer bits.
+    const std::uint64_t u = bits >> 11;
+    const double x = withSign(static_cast<double>(u) * table.scale[layer], bits);
+    if (u < table.inside[layer])
+        return x;
+    return outside(layer, x);
 }
 
-double Random::normalTail(bool negative)
+// The rare case of normal(): the point may lie in the tail or above the curve.
+double Random::outside(int layer, double x)
+{
+    if (layer == 0)
+        return std::signbit(x) ? -tail() : tail();
+    const double y = table.f[layer] + uniform() * (table.f[layer + 1] - table.f[layer]);
+    if (y < std::exp(-0.5 * x * x))
+        return x;
+    return normal();
+}
+
+// normal() over and over, with the generator's state kept in locals so that the common case
+// never touches memory; gives exactly the draws that repeated normal() calls would.
+void Random::fillNormal(double *out, std::size_t count)
+{
+    std::uint64_t s0 = s[0];
+    std::uint64_t s1 = s[1];
+    std::uint64_t s2 = s[2];
+    std::uint64_t s3 = s[3];
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint64_t bits = rotl(s1 * 5, 7) * 9;
+        const std::uint64_t t = s1 << 17;
+        s2 ^= s0;
+        s3 ^= s1;
+        s1 ^= s2;
+        s0 ^= s3;
+        s2 ^= t;
+        s3 = rotl(s3, 45);
+        const int layer = static_cast<int>(bits & 0xff);
+        const std::uint64_t u = bits >> 11;
+        const double x = withSign(static_cast<double>(u) * table.scale[layer], bits);
+        if (u < table.inside[layer]) {
+            out[i] = x;
+            continue;
+        }
+        s[0] = s0;
+        s[1] = s1;
+        s[2] = s2;
+        s[3] = s3;
+        out[i] = outside(layer, x);
+        s0 = s[0];
+        s1 = s[1];
+        s2 = s[2];
+        s3 = s[3];
+    }
+    s[0] = s0;
+    s[1] = s1;
+    s[2] = s2;
+    s[3] = s3;
+}
+
+double Random::tail()
 {
     const double r = Ziggurat::tailStart;
     for (;;) {
         const double x = -std::log(uniformPositive()) / r;
         const double y = -std::log(uniformPositive());
         if (2.0 * y >= x * x)
-            return negative ? -(r + x) : r + x;
+            return r + x;
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 // Pseudo-random numbers with our own generator and our own transformations, so that a seed gives
@@ -18,13 +19,15 @@ public:
     double uniform(); // [0, 1)
     double uniformPositive(); // (0, 1)
     double normal();
+    void fillNormal(double *out, std::size_t count);
     double gamma(double shape); // unit scale, shape > 0
     double chiSquare(double df);
 
     void jump();
 
 private:
-    double normalTail(bool negative);
+    double outside(int layer, double x);
+    double tail(); // a normal draw beyond the ziggurat's last layer
 
     std::uint64_t s[4];
 };

@@ -2,6 +2,7 @@
 
 #include "modeldata.h"
 
+#include <algorithm>
 #include <cmath>
 
 Sampler::Sampler(const ModelData &data, std::uint64_t seed, unsigned chain, unsigned chains)
@@ -25,7 +26,6 @@ Sampler::Sampler(const ModelData &data, std::uint64_t seed, unsigned chain, unsi
             for (int k = 0; k < static_cast<int>(d); ++k)
                 if (!isMissing[static_cast<std::size_t>(k)] || k >= j)
                     work[g].pairs.emplace_back(std::min(j, k), std::max(j, k));
-        work[g].sums.assign(work[g].pairs.size(), 0.0);
     }
     disperseStart(chain, chains);
     imputeAndAccumulate(false);
@@ -56,7 +56,7 @@ void Sampler::disperseStart(unsigned chain, unsigned chains)
             missing.push_back(static_cast<int>(d - 1));
         for (std::size_t r = pattern.first; r < pattern.first + pattern.count; ++r)
             for (int j : missing)
-                values[r * d + static_cast<std::size_t>(j)]
+                values[ModelData::at(pattern, d, r, static_cast<std::size_t>(j))]
                     = (j % 2 == 0 ? spread : -spread) + random.normal();
     }
 }
@@ -238,57 +238,96 @@ bool Sampler::imputeAndAccumulate(bool impute)
     cross = model.observedCross();
     const double sd = std::sqrt(variance);
     const std::size_t y = d - 1;
-    std::vector<double> normals;
-    std::vector<double> drawn;
     for (std::size_t g = 0; g < work.size(); ++g) {
         const ModelData::Pattern &pattern = model.patterns()[g];
         PatternWork &pw = work[g];
         if (pw.pairs.empty())
             continue;
         const std::size_t m = pattern.missing.size();
-        const std::size_t o = pattern.observed.size();
-        if (impute && m > 0 && !solvePattern(g))
-            return false;
-        normals.resize(m);
-        drawn.resize(m);
-        std::fill(pw.sums.begin(), pw.sums.end(), 0.0);
-        for (std::size_t r = pattern.first; r < pattern.first + pattern.count; ++r) {
-            double *z = &values[r * d];
-            if (impute) {
-                for (std::size_t i = 0; i < m; ++i)
-                    normals[i] = random.normal();
-                for (std::size_t i = 0; i < m; ++i) {
-                    double s = pw.constant[i] + pw.onOutcome[i] * z[y];
-                    const double *a = &pw.onObserved[i * o];
-                    for (std::size_t j = 0; j < o; ++j)
-                        s -= a[j] * z[pattern.observed[j]];
-                    const double *u = &pw.noise[i * m];
-                    for (std::size_t k = i; k < m; ++k)
-                        s += u[k] * normals[k];
-                    drawn[i] = s;
-                }
-                for (std::size_t i = 0; i < m; ++i)
-                    z[pattern.missing[i]] = drawn[i];
-                if (pattern.outcomeMissing) {
-                    double s = coef[0];
-                    for (std::size_t k = 0; k < p; ++k)
-                        s += coef[k + 1] * z[k + 1];
-                    z[y] = s + sd * random.normal();
+        const std::size_t n = pattern.count;
+        double *block = &values[pattern.first * d];
+        auto column = [&](std::size_t c) {
+            return block + c * n;
+        };
+        if (impute) {
+            if (m > 0 && !solvePattern(g))
+                return false;
+            const std::size_t draws = (m + (pattern.outcomeMissing ? 1 : 0)) * n;
+            noise.resize(std::max(noise.size(), draws));
+            random.fillNormal(noise.data(), draws);
+            imputePredictors(pattern, pw, block);
+            if (pattern.outcomeMissing) {
+                double *out = column(y);
+                const double *e = &noise[m * n];
+                for (std::size_t r = 0; r < n; ++r)
+                    out[r] = coef[0] + sd * e[r];
+                for (std::size_t k = 1; k <= p; ++k) {
+                    const double c = coef[k];
+                    const double *x = column(k);
+                    for (std::size_t r = 0; r < n; ++r)
+                        out[r] += c * x[r];
                 }
             }
-            for (std::size_t i = 0; i < pw.pairs.size(); ++i)
-                pw.sums[i] += z[pw.pairs[i].first] * z[pw.pairs[i].second];
         }
-        for (std::size_t i = 0; i < pw.pairs.size(); ++i)
-            cross(static_cast<std::size_t>(pw.pairs[i].first),
-                  static_cast<std::size_t>(pw.pairs[i].second))
-                += pw.sums[i];
+        for (const auto &pair : pw.pairs)
+            cross(static_cast<std::size_t>(pair.first), static_cast<std::size_t>(pair.second))
+                += dot(column(static_cast<std::size_t>(pair.first)),
+                       column(static_cast<std::size_t>(pair.second)), n);
     }
     // Only the upper triangle was accumulated.
     for (std::size_t j = 0; j < d; ++j)
         for (std::size_t k = j + 1; k < d; ++k)
             cross(k, j) = cross(j, k);
     return true;
+}
+
+// x_M = constant + onOutcome * y - onObserved x_O + noise e, one missing column at a time; the
+// loops run over the pattern's rows, so they are long and contiguous.
+void Sampler::imputePredictors(const ModelData::Pattern &pattern, const PatternWork &pw,
+                               double *block)
+{
+    const std::size_t m = pattern.missing.size();
+    const std::size_t o = pattern.observed.size();
+    const std::size_t n = pattern.count;
+    const double *outcome = block + (d - 1) * n;
+    for (std::size_t i = 0; i < m; ++i) {
+        double *out = block + static_cast<std::size_t>(pattern.missing[i]) * n;
+        const double constant = pw.constant[i];
+        const double onOutcome = pw.onOutcome[i];
+        for (std::size_t r = 0; r < n; ++r)
+            out[r] = constant + onOutcome * outcome[r];
+        for (std::size_t j = 0; j < o; ++j) {
+            const double a = pw.onObserved[i * o + j];
+            const double *x = block + static_cast<std::size_t>(pattern.observed[j]) * n;
+            for (std::size_t r = 0; r < n; ++r)
+                out[r] -= a * x[r];
+        }
+        for (std::size_t k = i; k < m; ++k) {
+            const double u = pw.noise[i * m + k];
+            const double *e = &noise[k * n];
+            for (std::size_t r = 0; r < n; ++r)
+                out[r] += u * e[r];
+        }
+    }
+}
+
+double Sampler::dot(const double *a, const double *b, std::size_t n)
+{
+    // Four running sums break the dependency chain; the order is fixed, so results are too.
+    double s0 = 0.0;
+    double s1 = 0.0;
+    double s2 = 0.0;
+    double s3 = 0.0;
+    std::size_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        s0 += a[i] * b[i];
+        s1 += a[i + 1] * b[i + 1];
+        s2 += a[i + 2] * b[i + 2];
+        s3 += a[i + 3] * b[i + 3];
+    }
+    for (; i < n; ++i)
+        s0 += a[i] * b[i];
+    return (s0 + s1) + (s2 + s3);
 }
 
 void Sampler::keepIfWanted()

@@ -1,14 +1,13 @@
 #pragma once
 
 #include "matrix.h"
+#include "modeldata.h"
 #include "random.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
-
-class ModelData;
 
 // One chain of the Gibbs sampler. Each iteration draws, given the data completed by the current
 // imputations: the predictors' normal model (mean and covariance), then the regression
@@ -46,7 +45,6 @@ private:
         std::vector<double> onObserved; // m x o
         std::vector<double> noise; // m x m, upper triangular
         std::vector<std::pair<int, int>> pairs; // cross-product cells that involve missing values
-        std::vector<double> sums;
     };
 
     void disperseStart(unsigned chain, unsigned chains);
@@ -55,13 +53,15 @@ private:
     void record();
     bool imputeAndAccumulate(bool impute);
     bool solvePattern(std::size_t index);
+    void imputePredictors(const ModelData::Pattern &pattern, const PatternWork &pw, double *block);
+    static double dot(const double *a, const double *b, std::size_t n);
     void keepIfWanted();
 
     const ModelData &model;
     Random random;
     std::size_t p;
     std::size_t d;
-    std::vector<double> values; // rows x d, standardized scale
+    std::vector<double> values; // completed data, standardized, laid out as ModelData::values()
     Matrix cross; // Z'Z of the completed data
     std::vector<double> mu;
     Matrix precision; // of the predictors
@@ -69,6 +69,7 @@ private:
     std::vector<double> coef; // intercept, slopes (standardized scale)
     double variance = 1.0;
     std::vector<PatternWork> work;
+    std::vector<double> noise; // standard normal draws for one pattern's missing values
 
     long iterationsDone = 0;
     std::vector<double> history;
