@@ -61,8 +61,7 @@ int Engine::run(const CommandLine &commandLine)
 {
     request = commandLine;
     try {
-        if (!prepare())
-            return 1;
+        prepare();
     } catch (const InputError &error) {
         return fail(error.what());
     }
@@ -85,7 +84,7 @@ int Engine::run(const CommandLine &commandLine)
     return 0;
 }
 
-bool Engine::prepare()
+void Engine::prepare()
 {
     script = std::make_unique<Script>(Script::load(request.script));
     const std::filesystem::path dataPath = besideScript(script->dataFile);
@@ -109,7 +108,6 @@ bool Engine::prepare()
         throw InputError(
             "script '" + script->name
             + "': BURN plus ITERATIONS times CHAINS is too large to keep every draw in memory.");
-    return true;
 }
 
 std::filesystem::path Engine::besideScript(const std::string &name) const
@@ -267,10 +265,15 @@ bool Engine::writeFiles()
         files.push_back(std::make_unique<AtomicFile>(path));
         return files.back()->open(error) ? &files.back()->stream() : nullptr;
     };
+    // Returning early drops every file opened so far, temporaries and all.
+    auto failed = [&]() {
+        fail(error);
+        return false;
+    };
     if (!request.output.empty()) {
         std::ostream *file = create(request.output);
         if (!file)
-            return fail(error) == 0;
+            return failed();
         *file << reportText;
     }
     if (!request.traceDirectory.empty()) {
@@ -278,18 +281,18 @@ bool Engine::writeFiles()
         for (std::size_t c = 0; c < samplers.size(); ++c) {
             std::ostream *file = create(folder / ("burn" + std::to_string(c + 1) + ".csv"));
             if (!file)
-                return fail(error) == 0;
+                return failed();
             ResultWriter::trace(*file, samplers[c]->draws(), parameters->size());
         }
         std::ostream *file = create(folder / "labels.dat");
         if (!file)
-            return fail(error) == 0;
+            return failed();
         ResultWriter::labels(*file, *parameters);
     }
     if (!script->saveEstimates.empty()) {
         std::ostream *file = create(besideScript(script->saveEstimates));
         if (!file)
-            return fail(error) == 0;
+            return failed();
         ResultWriter::estimates(*file, *parameters, results);
     }
     const std::string pattern = script->saveImputations;
@@ -298,7 +301,7 @@ bool Engine::writeFiles()
         name.replace(name.find('*'), 1, std::to_string(k + 1));
         std::ostream *file = create(besideScript(name));
         if (!file)
-            return fail(error) == 0;
+            return failed();
         const Sampler &sampler = *samplers[static_cast<std::size_t>(imputationChain[k])];
         ResultWriter::imputation(
             *file, *data, *model,
@@ -306,6 +309,6 @@ bool Engine::writeFiles()
     }
     for (auto &file : files)
         if (!file->commit(error))
-            return fail(error) == 0;
+            return failed();
     return true;
 }

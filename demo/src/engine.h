@@ -30,7 +30,7 @@ public:
     static std::string version();
 
 private:
-    bool prepare();
+    void prepare();
     void checkTargets() const;
     std::filesystem::path besideScript(const std::string &name) const;
     void startChains();

@@ -56,7 +56,11 @@ void ModelData::resolveVariables(const Script &script, const DataSet &data)
 
 void ModelData::standardize(const Script &script, const DataSet &data)
 {
-    const std::string where = "data file '" + script.dataFile + "'";
+    // Problems with the data as a whole point at the DATA command that named the file.
+    const std::string file = "data file '" + script.dataFile + "'";
+    auto problem = [&](const std::string &text) {
+        return InputError::at("script '" + script.name + "'", script.dataLine, text);
+    };
     const std::size_t variables = dataColumns.size();
     center.assign(variables, 0.0);
     scale.assign(variables, 1.0);
@@ -70,12 +74,12 @@ void ModelData::standardize(const Script &script, const DataSet &data)
                 ++count;
             }
         missingCount[v] = static_cast<long>(nRows) - count;
+        const std::string name = "\"" + variableNames[v] + "\"";
         if (v + 1 == variables && count == 0)
-            throw InputError(where + ": no usable rows: the outcome \"" + variableNames[v]
-                             + "\" is missing in every row.");
+            throw problem("no usable rows in " + file + ": the outcome " + name
+                          + " is missing in every row.");
         if (count < 2)
-            throw InputError(where + ": the variable \"" + variableNames[v]
-                             + "\" has fewer than two observed values.");
+            throw problem(file + ": the variable " + name + " has fewer than two observed values.");
         const double mean = sum / static_cast<double>(count);
         double squares = 0.0;
         for (std::size_t r = 0; r < nRows; ++r)
@@ -85,18 +89,16 @@ void ModelData::standardize(const Script &script, const DataSet &data)
             }
         const double sd = std::sqrt(squares / static_cast<double>(count - 1));
         if (!(sd > 1e-12 * std::max(1.0, std::fabs(mean))))
-            throw InputError(where + ": the variable \"" + variableNames[v]
-                             + "\" takes the same value in every observed row.");
+            throw problem(file + ": the variable " + name
+                          + " takes the same value in every observed row.");
         center[v] = mean;
         scale[v] = sd;
     }
     const long observedOutcomes = static_cast<long>(nRows) - missingCount.back();
     if (observedOutcomes <= static_cast<long>(nPredictors) + 1)
-        throw InputError(
-            where
-            + Text::format(": no usable rows: only %ld rows have an observed outcome, too few "
-                           "for %zu regression coefficients.",
-                           observedOutcomes, nPredictors + 1));
+        throw problem(Text::format("no usable rows in %s: only %ld rows have an observed outcome, "
+                                   "too few for %zu regression coefficients.",
+                                   file.c_str(), observedOutcomes, nPredictors + 1));
 }
 
 void ModelData::groupRows(const DataSet &data)

@@ -54,7 +54,7 @@ std::string Report::options(const Script &script, bool traceFiles)
     text += field("Options", script.options.empty() ? "psr (default)" : joined(script.options));
     if (!script.plots.empty())
         text += field("Plots requested", joined(script.plots));
-    text += field("Trace-plot files", traceFiles ? "written" : "not requested");
+    text += field("Trace-plot files", traceFiles ? "requested" : "not requested");
     return text + "\n";
 }
 
