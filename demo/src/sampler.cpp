@@ -64,14 +64,14 @@ void Sampler::disperseStart(unsigned chain, unsigned chains)
 bool Sampler::runTo(long iteration)
 {
     while (iterationsDone < iteration) {
+        // The predictors' model is drawn even when none of them is missing: the standardized
+        // slopes and R2 are drawn from it.
         if (p > 0 && !drawPredictorModel())
             return false;
-        if (!drawRegression())
+        if (!drawRegression() || !imputeAndAccumulate(true))
             return false;
         ++iterationsDone;
         record();
-        if (!imputeAndAccumulate(true))
-            return false;
         keepIfWanted();
     }
     return true;

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iostream>
+#include <random>
 
 namespace harness {
 
@@ -55,8 +56,10 @@ TempFolder::TempFolder()
 {
     static std::atomic<int> counter {0};
     const auto stamp = std::chrono::steady_clock::now().time_since_epoch().count();
+    // Suites run as parallel processes: the clock and a random number keep their folders apart.
     folder = std::filesystem::temp_directory_path()
-        / ("tovrel-demo-test-" + std::to_string(stamp) + "-" + std::to_string(counter++));
+        / ("tovrel-demo-test-" + std::to_string(stamp) + "-"
+           + std::to_string(std::random_device {}()) + "-" + std::to_string(counter++));
     std::filesystem::create_directories(folder);
 }
 
