@@ -1,0 +1,175 @@
+#include "svgrender.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QGraphicsScene>
+#include <QGraphicsSvgItem>
+#include <QImage>
+#include <QPageSize>
+#include <QPainter>
+#include <QPrinter>
+#include <QSvgRenderer>
+#include <QTemporaryDir>
+
+namespace {
+
+const QStringList kSvgPattern {QStringLiteral("*.svg")};
+
+// The plots of a folder in the order gnuplot wrote them: oldest first. Name order would put
+// "plot10.svg" before "plot2.svg".
+QFileInfoList plotsByAge(const QDir &vDir)
+{
+    return vDir.entryInfoList(kSvgPattern, QDir::Files, QDir::Time | QDir::Reversed);
+}
+
+QGraphicsScene *sceneOf(QSvgRenderer *vRenderer, QObject *vParent)
+{
+    auto *item = new QGraphicsSvgItem;
+    item->setSharedRenderer(vRenderer);
+    auto *scene = new QGraphicsScene(vParent);
+    scene->addItem(item);
+    return scene;
+}
+
+} // namespace
+
+SvgRender::SvgRender(QObject *parent, const QString &vPlotDir, bool vCopy)
+    : QObject(parent)
+    , m_dir(vPlotDir)
+{
+    if (vCopy)
+        m_valid = copyPlots(vPlotDir);
+    if (m_valid) {
+        m_dir.setSorting(QDir::Time | QDir::Reversed);
+        m_dir.setNameFilters(kSvgPattern);
+        m_dir.setFilter(QDir::Files);
+        m_files = m_dir.entryList();
+    }
+    m_renderer = new QSvgRenderer(this);
+}
+
+SvgRender::~SvgRender() = default;
+
+bool SvgRender::copyPlots(const QString &vPlotDir)
+{
+    m_ownCopy = std::make_unique<QTemporaryDir>();
+    if (!m_ownCopy->isValid())
+        return false;
+    m_dir.setPath(m_ownCopy->path());
+    for (const QFileInfo &source : plotsByAge(QDir(vPlotDir))) {
+        const QString target = m_dir.filePath(source.fileName());
+        if (!QFile::copy(source.filePath(), target))
+            continue;
+        // A copy is stamped with the time it was made; keep the original time so that the copy
+        // sorts exactly like its source even when many files are copied within a millisecond.
+        QFile copy(target);
+        if (copy.open(QIODevice::ReadWrite))
+            copy.setFileTime(source.lastModified(), QFileDevice::FileModificationTime);
+    }
+    return true;
+}
+
+QGraphicsScene *SvgRender::show(int vIndex)
+{
+    if (vIndex < 0 || vIndex >= m_files.size())
+        return m_scene;
+    m_renderer->load(m_dir.filePath(m_files.at(vIndex)));
+    m_scene = sceneOf(m_renderer, this);
+    m_current = vIndex;
+    return m_scene;
+}
+
+QGraphicsScene *SvgRender::previous()
+{
+    return show(m_current - 1);
+}
+
+QGraphicsScene *SvgRender::next()
+{
+    return show(m_current + 1);
+}
+
+QGraphicsScene *SvgRender::goTo(int vIndex)
+{
+    return show(vIndex);
+}
+
+bool SvgRender::saveSvg(const QString &vTarget) const
+{
+    if (m_current >= m_files.size())
+        return false;
+    return QFile::copy(m_dir.filePath(m_files.at(m_current)), vTarget);
+}
+
+bool SvgRender::saveImage(const QString &vTarget, int vWidth, int vHeight) const
+{
+    if (!m_scene || vWidth < 1 || vHeight < 1)
+        return false;
+    QImage image(vWidth, vHeight, QImage::Format_ARGB32);
+    image.fill(Qt::white);
+    {
+        QPainter painter(&image);
+        painter.setRenderHint(QPainter::Antialiasing);
+        m_renderer->render(&painter);
+    }
+    const bool existed = QFileInfo::exists(vTarget);
+    if (image.save(vTarget))
+        return true;
+    // A writer that fails half-way leaves a truncated file behind.
+    if (!existed)
+        QFile::remove(vTarget);
+    return false;
+}
+
+bool SvgRender::preparePdf(QPrinter &vPrinter, const QString &vTarget) const
+{
+    if (!m_scene)
+        return false;
+    const QRectF rect = m_scene->sceneRect();
+    vPrinter.setOutputFormat(QPrinter::PdfFormat);
+    vPrinter.setOutputFileName(vTarget);
+    vPrinter.setFullPage(true);
+    vPrinter.setPageSize(
+        QPageSize(rect.size(), QPageSize::Point, QString(), QPageSize::FuzzyMatch));
+    return true;
+}
+
+bool SvgRender::savePdf(const QString &vTarget) const
+{
+    QPrinter printer(QPrinter::HighResolution);
+    if (!preparePdf(printer, vTarget))
+        return false;
+    QPainter painter;
+    if (!painter.begin(&printer))
+        return false;
+    painter.setRenderHint(QPainter::Antialiasing);
+    m_scene->render(&painter, QRectF(), m_scene->sceneRect(), Qt::KeepAspectRatio);
+    return painter.end();
+}
+
+bool SvgRender::saveAllPdf(const QString &vTarget)
+{
+    QPrinter printer(QPrinter::HighResolution);
+    if (!preparePdf(printer, vTarget))
+        return false;
+    QPainter painter;
+    if (!painter.begin(&printer))
+        return false;
+    painter.setRenderHint(QPainter::Antialiasing);
+
+    // The shown plot keeps its own renderer, so the view is untouched while the export runs.
+    QSvgRenderer exportRenderer;
+    const QStringList files = m_files;
+    const QString total = QString::number(files.size());
+    for (int k = 0; k < files.size(); ++k) {
+        Q_EMIT on_imageSave(QString::number(k + 1) + QStringLiteral(" of ") + total);
+        QCoreApplication::processEvents();
+        exportRenderer.load(m_dir.filePath(files.at(k)));
+        const std::unique_ptr<QGraphicsScene> page(sceneOf(&exportRenderer, nullptr));
+        page->render(&painter, QRectF(), page->sceneRect(), Qt::KeepAspectRatio);
+        if (k + 1 < files.size())
+            printer.newPage();
+    }
+    return painter.end();
+}
