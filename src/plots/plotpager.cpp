@@ -1,0 +1,176 @@
+#include "plotpager.h"
+
+#include "config/csettings.h"
+#include "plotexport.h"
+#include "saveallwait.h"
+#include "svgrender.h"
+#include "wplotview.h"
+
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <QMessageBox>
+
+namespace {
+
+QSize defaultImageSize()
+{
+    const QVariantMap plot = CSettings::instance().plotSettings();
+    return {plot.value(QStringLiteral("width")).toInt(),
+            plot.value(QStringLiteral("height")).toInt()};
+}
+
+QString nativePath(const QString &vFile)
+{
+    return QDir::toNativeSeparators(vFile);
+}
+
+} // namespace
+
+PlotPager::PlotPager(WPlotView *vView, QWidget *vOwner)
+    : QObject(vOwner)
+    , m_view(vView)
+    , m_owner(vOwner)
+    , m_imageSize(defaultImageSize())
+{ }
+
+void PlotPager::load(const QString &vPlotDir, bool vCopy)
+{
+    SvgRender *old = m_render;
+    // The owner's widget parents the plots, so a pop-out viewer keeps its copy as long as it
+    // lives.
+    m_render = new SvgRender(m_owner, vPlotDir, vCopy);
+    m_render->show(0);
+    showScene();
+    if (old)
+        old->deleteLater();
+    if (!m_render->isValid())
+        warn(tr("Tempoary Directory couldn't be created!"));
+}
+
+void PlotPager::unload()
+{
+    if (m_render)
+        m_render->deleteLater();
+    m_render = nullptr;
+    showScene();
+}
+
+int PlotPager::count() const
+{
+    return m_render ? m_render->count() : 0;
+}
+
+int PlotPager::current() const
+{
+    return m_render ? m_render->currentIndex() : 0;
+}
+
+QString PlotPager::position() const
+{
+    const int total = count();
+    return QString::number(total > 0 ? current() + 1 : 0) + QStringLiteral(" of ")
+        + QString::number(total);
+}
+
+void PlotPager::showPrevious()
+{
+    if (hasPrevious())
+        showPage(current() - 1);
+}
+
+void PlotPager::showNext()
+{
+    if (hasNext())
+        showPage(current() + 1);
+}
+
+void PlotPager::showPage(int vIndex)
+{
+    if (!m_render)
+        return;
+    m_render->goTo(vIndex);
+    showScene();
+}
+
+void PlotPager::showScene()
+{
+    m_view->showScene(m_render ? m_render->scene() : nullptr);
+    Q_EMIT did_page();
+}
+
+void PlotPager::askGoTo()
+{
+    if (count() == 0)
+        return;
+    bool ok = false;
+    const QString prompt = tr("Viewing Parameter ") + QString::number(current() + 1)
+        + QStringLiteral(" of ") + QString::number(count());
+    const int page
+        = QInputDialog::getInt(m_owner, tr("Go to..."), prompt, current() + 1, 1, count(), 1, &ok);
+    if (ok)
+        showPage(page - 1);
+}
+
+QString PlotPager::askFileName(const QString &vProposed, const QString &vFilter,
+                               const QString &vSuffix)
+{
+    QFileDialog dialog(m_owner, tr("Save Plot"), vProposed, vFilter);
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    // A name typed without a suffix gets the preferred one instead of turning into an SVG copy.
+    dialog.setDefaultSuffix(vSuffix);
+    if (dialog.exec() != QDialog::Accepted)
+        return {};
+    const QString file = dialog.selectedFiles().value(0);
+    if (!file.isEmpty())
+        CSettings::instance().setLastSaveFolder(QFileInfo(file).absolutePath());
+    return file;
+}
+
+void PlotPager::askSavePlot()
+{
+    if (!m_render || !m_render->scene())
+        return;
+    const int type = CSettings::instance().plotSettings().value(QStringLiteral("dType")).toInt();
+    const QString folder = CSettings::instance().lastSaveFolder();
+    const QString file
+        = askFileName(PlotExport::proposedName(folder, current(), type), PlotExport::filter(type),
+                      PlotExport::preferredType(type).mid(1));
+    if (file.isEmpty())
+        return;
+    const bool existed = QFileInfo::exists(file);
+    if (PlotExport::save(*m_render, file, m_imageSize))
+        return;
+    QString message = tr("The plot couldn't be saved to\n%1").arg(nativePath(file));
+    if (existed && PlotExport::copiesSvg(file))
+        message += tr("\n\nAn SVG plot is never copied over an existing file; please choose a "
+                      "new name.");
+    warn(message);
+}
+
+void PlotPager::askSaveAll()
+{
+    if (!m_render || !m_render->scene())
+        return;
+    const QString folder = CSettings::instance().lastSaveFolder();
+    const QString file = askFileName(PlotExport::allPlotsName(folder), PlotExport::allPlotsFilter(),
+                                     QStringLiteral("pdf"));
+    if (file.isEmpty())
+        return;
+    bool saved = false;
+    {
+        SaveAllWait wait(m_owner);
+        connect(m_render, &SvgRender::on_imageSave, &wait, &SaveAllWait::setText);
+        wait.show();
+        saved = m_render->saveAllPdf(file);
+        wait.close();
+    }
+    if (!saved)
+        warn(tr("The plots couldn't be saved to\n%1").arg(nativePath(file)));
+}
+
+void PlotPager::warn(const QString &vMessage)
+{
+    QMessageBox::warning(m_owner, tr("Warning!"), vMessage);
+}
