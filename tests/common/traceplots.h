@@ -1,0 +1,84 @@
+#ifndef TRACEPLOTS_H
+#define TRACEPLOTS_H
+
+#include "config/executablepath.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QSize>
+#include <QString>
+#include <QTextStream>
+
+#include <cmath>
+
+// Real plots for tests and benchmarks: trace files shaped like the engine's ("burn<c>.csv", one
+// line per iteration, the iteration number then one column per parameter) and one gnuplot SVG
+// per parameter ("plot<k>.svg"), made by running gnuplot just as the studio does.
+namespace TracePlots {
+
+// Chains drift apart a little so a plot shows distinct lines.
+inline bool writeTraces(const QString &vDir, int vParameters, int vChains, int vIterations)
+{
+    for (int chain = 1; chain <= vChains; ++chain) {
+        QFile file(QDir(vDir).filePath(QStringLiteral("burn%1.csv").arg(chain)));
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
+            return false;
+        QTextStream out(&file);
+        for (int iteration = 1; iteration <= vIterations; ++iteration) {
+            out << iteration;
+            for (int p = 1; p <= vParameters; ++p) {
+                const double wave = std::sin(iteration * 0.013 * p + chain * 1.7);
+                const double noise = std::sin(iteration * 12.9898 + p * 78.233 + chain) * 0.35;
+                out << ',' << (p * 0.1 + chain * 0.05 + wave * 0.5 + noise);
+            }
+            out << '\n';
+        }
+    }
+    return true;
+}
+
+inline QString script(const QString &vDir, int vParameter, int vChains, const QSize &vSize)
+{
+    const QString base = QDir(vDir).filePath(QStringLiteral("burn"));
+    return QStringLiteral("set datafile separator ','; set encoding utf8;"
+                          "set terminal svg size %1,%2 dynamic background rgb 'white'; "
+                          "set title 'Parameter %3' noenhanced;"
+                          "set ylabel 'Estimate'; set xlabel 'Iterations'; set key off; set grid; "
+                          "set xrange[1:]; set xtics add; "
+                          "plot for [i=1:%4] '%5'.i.'.csv' using 1:%6 with lines lw 1 lt i "
+                          "title 'Chain '.i;")
+        .arg(vSize.width())
+        .arg(vSize.height())
+        .arg(vParameter)
+        .arg(vChains)
+        .arg(base)
+        .arg(vParameter + 1);
+}
+
+// Runs gnuplot for parameter vParameter, writing "plot<vParameter>.svg" through standard output.
+inline bool plot(const QString &vDir, int vParameter, int vChains, const QSize &vSize)
+{
+    QProcess gnuplot;
+    gnuplot.setStandardOutputFile(
+        QDir(vDir).filePath(QStringLiteral("plot%1.svg").arg(vParameter)));
+    gnuplot.start(ExecutablePath::find(QStringLiteral("gnuplot")),
+                  {QStringLiteral("-e"), script(vDir, vParameter, vChains, vSize)});
+    return gnuplot.waitForFinished(60000) && gnuplot.exitStatus() == QProcess::NormalExit
+        && gnuplot.exitCode() == 0;
+}
+
+// Gives "plot<k>.svg" the modification time vBase + vStepSeconds * k, so the order by age is
+// known whatever the speed of the machine.
+inline bool stamp(const QString &vDir, int vParameter, const QDateTime &vBase, int vStepSeconds)
+{
+    QFile file(QDir(vDir).filePath(QStringLiteral("plot%1.svg").arg(vParameter)));
+    return file.open(QIODevice::ReadWrite)
+        && file.setFileTime(vBase.addSecs(qint64(vStepSeconds) * vParameter),
+                            QFileDevice::FileModificationTime);
+}
+
+} // namespace TracePlots
+
+#endif // TRACEPLOTS_H
