@@ -1,0 +1,218 @@
+// Streams engine output into an output pane the way a document window does during a run and
+// reports how long it takes, the longest pause of the event loop and the peak memory, with and
+// without the output highlighter. Each variant runs in its own process so peak memory is its own.
+//
+//   bench_output              run every variant (add --naive for the unbatched baselines)
+//   bench_output --mode M     run one variant: plain, highlight, naive-plain, naive-highlight
+//   --megabytes N             amount of output (default 20)
+
+#include "testmain.h"
+#include "workspace/outputhighlighter.h"
+#include "workspace/woutputpane.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QPlainTextEdit>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QScrollBar>
+#include <QTextCursor>
+
+#include <cstdio>
+
+namespace {
+
+constexpr qsizetype kChunkChars = 4096;
+
+QString hyphens(int vCount)
+{
+    return QString(vCount, QLatin1Char('-'));
+}
+
+QString banner()
+{
+    return hyphens(75) + "\n            TOVREL COMPUTATIONAL ENGINE\n" + hyphens(67)
+        + "\n\nALGORITHMIC OPTIONS SPECIFIED:\n\n  Imputed data sets                    20\n"
+          "  Burn-in iterations                   2000\n  Iterations                          "
+          " 10000\n\nDATA INFORMATION:\n\n  Sample size                          1000\n"
+          "  NOTE: 12 cases with missing values on every variable were dropped.\n\n"
+          "MODEL INFORMATION:\n\n  Outcome Variable: math_score\n  Complete predictor: "
+          "female\n  Missing predictor: ses\n  Latent Variable: ability\n"
+          "  Covariance Matrix: level-2 residuals\n\n  Level-1 outcome model block:\n"
+          "  Level-2 predictor model block:\n\n"
+        + hyphens(12) + "\n";
+}
+
+QString iterationRow(QRandomGenerator &vRandom, int vIteration)
+{
+    QString row = QStringLiteral("  %1").arg(vIteration, 8);
+    for (int column = 0; column < 9; ++column)
+        row += QStringLiteral("  %1").arg(0.95 + vRandom.bounded(0.2), 7, 'f', 3);
+    return row + QLatin1Char('\n');
+}
+
+QString interlude(int vIteration)
+{
+    return QStringLiteral("\nBURN-IN POTENTIAL SCALE REDUCTION (PSR) OUTPUT:\n\n"
+                          "  WARNING: PSR above 1.1 at iteration %1 for parameter 7.\n"
+                          "  ERROR: none  NOTE: see the manual\n"
+                          "  Dependent Variable: reading\n\nITERATION HISTORY\n")
+        .arg(vIteration);
+}
+
+// Headings, variable lines, warnings and long runs of iteration history, as the engine writes.
+QString engineOutput(qsizetype vChars)
+{
+    QRandomGenerator random(20231);
+    QString text = banner();
+    text.reserve(vChars + 4096);
+    int iteration = 0;
+    while (text.size() < vChars) {
+        ++iteration;
+        text += iterationRow(random, iteration);
+        if (iteration % 500 == 0)
+            text += interlude(iteration);
+    }
+    text += QStringLiteral("\nANALYSIS MODEL ESTIMATES:\n\n  Outcome Variable: math_score\n");
+    return text;
+}
+
+qint64 peakMemoryKiB()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly | QIODevice::Text))
+        return -1;
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).trimmed().split(' ').first().toLongLong();
+    }
+    return -1;
+}
+
+struct Result
+{
+    double totalSeconds = 0;
+    double longestStallMs = 0;
+    qint64 peakKiB = 0;
+    qsizetype chars = 0;
+    int blocks = 0;
+};
+
+Result stream(const QString &vMode, qsizetype vChars)
+{
+    const QString output = engineOutput(vChars);
+    const bool naive = vMode.startsWith(QLatin1String("naive"));
+    const bool highlighted = vMode.endsWith(QLatin1String("highlight"));
+
+    WOutputPane batched;
+    QPlainTextEdit direct;
+    QPlainTextEdit &pane = naive ? direct : batched;
+    pane.resize(900, 500);
+    pane.show();
+    if (highlighted && naive)
+        new OutputHighlighter(pane.document());
+    else if (highlighted)
+        batched.setHighlighter(new OutputHighlighter(pane.document()));
+    QCoreApplication::processEvents();
+
+    // The unbatched baseline inserts every piece at once at the end and follows it.
+    auto appendDirect = [&direct](const QString &vChunk) {
+        QTextCursor cursor(direct.document());
+        cursor.movePosition(QTextCursor::End);
+        cursor.insertText(vChunk);
+        direct.verticalScrollBar()->setValue(direct.verticalScrollBar()->maximum());
+    };
+
+    Result result;
+    qint64 longest = 0;
+    QElapsedTimer total;
+    QElapsedTimer step;
+    total.start();
+    for (qsizetype at = 0; at < output.size(); at += kChunkChars) {
+        const QString chunk = output.mid(at, kChunkChars);
+        step.start();
+        if (naive)
+            appendDirect(chunk);
+        else
+            batched.appendText(chunk);
+        longest = std::max(longest, step.nsecsElapsed());
+        step.start();
+        QCoreApplication::processEvents();
+        longest = std::max(longest, step.nsecsElapsed());
+    }
+    step.start();
+    if (!naive)
+        batched.flush();
+    QCoreApplication::processEvents();
+    longest = std::max(longest, step.nsecsElapsed());
+    result.totalSeconds = double(total.nsecsElapsed()) / 1e9;
+    result.longestStallMs = double(longest) / 1e6;
+    result.peakKiB = peakMemoryKiB();
+    result.chars = pane.document()->characterCount();
+    result.blocks = pane.document()->blockCount();
+    if (result.chars != output.size() + 1)
+        std::fprintf(stderr, "pane holds %lld characters, expected %lld\n",
+                     static_cast<long long>(result.chars),
+                     static_cast<long long>(output.size() + 1));
+    return result;
+}
+
+int runOne(const QString &vMode, qsizetype vChars)
+{
+    const Result r = stream(vMode, vChars);
+    std::printf("RESULT %s %.3f %.1f %lld %d\n", qPrintable(vMode), r.totalSeconds,
+                r.longestStallMs, static_cast<long long>(r.peakKiB), r.blocks);
+    return 0;
+}
+
+int runAll(const QStringList &vModes, int vMegabytes)
+{
+    std::printf("Streaming %d MB of engine output in %lld-character pieces, processing events "
+                "after each piece, scrolled to the end.\n\n",
+                vMegabytes, static_cast<long long>(kChunkChars));
+    std::printf("%-16s %10s %18s %14s %10s\n", "variant", "total s", "longest stall ms", "peak MiB",
+                "lines");
+    QMap<QString, double> totals;
+    for (const QString &mode : vModes) {
+        QProcess child;
+        child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        child.start(QCoreApplication::applicationFilePath(),
+                    {QStringLiteral("--mode"), mode, QStringLiteral("--megabytes"),
+                     QString::number(vMegabytes)});
+        child.waitForFinished(-1);
+        const QList<QByteArray> fields = child.readAllStandardOutput().trimmed().split(' ');
+        if (fields.size() != 6 || fields.at(0) != "RESULT") {
+            std::printf("%-16s failed\n", qPrintable(mode));
+            continue;
+        }
+        totals.insert(mode, fields.at(2).toDouble());
+        std::printf("%-16s %10s %18s %14.1f %10s\n", qPrintable(mode), fields.at(2).constData(),
+                    fields.at(3).constData(), fields.at(4).toDouble() / 1024.0,
+                    fields.at(5).constData());
+        std::fflush(stdout);
+    }
+    if (totals.contains("plain") && totals.contains("highlight") && totals.value("plain") > 0)
+        std::printf("\nhighlighter adds %.1f %% to the unhighlighted time (allowed: 25 %%)\n",
+                    100.0 * (totals.value("highlight") / totals.value("plain") - 1.0));
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    TestEnvironment environment;
+    QApplication app(argc, argv);
+    const QStringList arguments = app.arguments();
+    int megabytes = 20;
+    const qsizetype sizeAt = arguments.indexOf(QStringLiteral("--megabytes"));
+    if (sizeAt > 0 && sizeAt + 1 < arguments.size())
+        megabytes = arguments.at(sizeAt + 1).toInt();
+    const qsizetype modeAt = arguments.indexOf(QStringLiteral("--mode"));
+    if (modeAt > 0 && modeAt + 1 < arguments.size())
+        return runOne(arguments.at(modeAt + 1), qsizetype(megabytes) * 1024 * 1024);
+    QStringList modes {QStringLiteral("plain"), QStringLiteral("highlight")};
+    if (arguments.contains(QStringLiteral("--naive")))
+        modes << QStringLiteral("naive-plain") << QStringLiteral("naive-highlight");
+    return runAll(modes, megabytes);
+}

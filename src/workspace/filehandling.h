@@ -1,0 +1,72 @@
+#ifndef FILEHANDLING_H
+#define FILEHANDLING_H
+
+#include <QChar>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+class QFileInfo;
+
+// Opens, reads and saves the text file of one document (or of the data-import screen): keeps the
+// file name, its lines and the folder the next dialog starts in, and remembers the folders chosen
+// in the dialogs. Also holds the two checks the data importer runs on a data file.
+class FileHandling : public QObject
+{
+    Q_OBJECT
+public:
+    explicit FileHandling(QObject *parent = nullptr);
+
+    void clear();
+    // With vReport set, an invalid handler also tells the user.
+    bool isValid(bool vReport);
+    bool hasFileName() const;
+    QFileInfo fileInfo() const;
+    QString fileName() const { return m_fileName; }
+    QStringList lines() const { return m_lines; }
+    QString folder() const { return m_folder; }
+
+    bool open(const QString &vPath);
+    bool openDialog();
+    QString openWithDialog(bool &vOk);
+    bool read();
+    void setLines(const QString &vText);
+    bool save(const QString &vText);
+    bool saveAs(const QString &vText, const QString &vSuggestedName);
+    bool saveAsText(const QString &vText);
+    bool saveAsText(const QString &vSuggestedName, const QString &vText);
+    bool isExample() const;
+
+    QString headerLine(bool &vFound) const;
+    bool checkSeparator();
+    bool removeFirstLine();
+    QChar separator() const { return m_separator; }
+
+    // Dialog texts, exposed so a test can check what the user is shown.
+    QString openCaption() const { return m_openCaption; }
+    QString saveCaption() const { return m_saveCaption; }
+    QString filter() const;
+
+Q_SIGNALS:
+    void did_open();
+    void did_read();
+    void did_save();
+
+private:
+    // Shows a save dialog and, once a name is chosen, makes it the current file and saves there.
+    bool saveWithDialog(const QString &vText, const QString &vFilter, const QString &vStartName);
+    QString startPath(const QString &vName) const;
+
+    QChar m_lineBreak = QLatin1Char('\n');
+    QStringList m_lines;
+    bool m_valid = false;
+    QString m_fileName;
+    QChar m_separator = QChar(0);
+    QString m_openCaption;
+    QString m_saveCaption;
+    QString m_patterns = QStringLiteral("*.dat *.csv *.data *.txt *.tovrel-out *.inp *.out *imp");
+    QString m_filterTemplate;
+    QString m_folder;
+};
+
+#endif // FILEHANDLING_H

@@ -1,0 +1,72 @@
+#ifndef OUTPUTHIGHLIGHTER_H
+#define OUTPUTHIGHLIGHTER_H
+
+#include <QList>
+#include <QRegularExpression>
+#include <QSyntaxHighlighter>
+#include <QTextCharFormat>
+
+class QTextBlock;
+class QTextDocument;
+
+// Colours the engine's output: banners, block names, warnings, notes, errors, section headings
+// and variable names. Rules apply in the order they were added; a later rule wins where two
+// overlap.
+class OutputHighlighter : public QSyntaxHighlighter
+{
+    Q_OBJECT
+public:
+    struct Rule
+    {
+        QRegularExpression pattern;
+        QTextCharFormat format;
+        // Text every match must contain. A line without it cannot match, so the expression is
+        // not run there: most engine output is rows of numbers that no rule colours.
+        QString requiredText;
+    };
+
+    explicit OutputHighlighter(QTextDocument *parent);
+
+    const QList<Rule> &rules() const { return m_rules; }
+
+    // Off by default: like any syntax highlighter, every block is highlighted as it changes. On:
+    // blocks are highlighted only through highlightBlocks(), so a view holding megabytes of
+    // output can limit the work to the lines it shows. Returns whether the mode is now on.
+    bool setOnDemand(bool vOnDemand);
+    bool isOnDemand() const { return m_onDemand; }
+    // Highlights vFirst to vLast, both included.
+    void highlightBlocks(const QTextBlock &vFirst, const QTextBlock &vLast);
+
+    // The longest run of plain characters any match of vPattern must contain, or an empty text
+    // when that is not certain. Deliberately conservative: alternatives, inline options and
+    // quoting give up.
+    static QString requiredText(const QString &vPattern);
+
+Q_SIGNALS:
+    // The rules were rebuilt while on demand: whoever shows the blocks highlights them again.
+    void did_rebuild();
+
+public Q_SLOTS:
+    // Re-reads the colours and rebuilds the rules after the settings changed.
+    void rebuild();
+
+protected:
+    void highlightBlock(const QString &vText) override;
+
+private:
+    void loadColors();
+    void buildRules();
+    void addRule(const QString &vPattern, const QTextCharFormat &vFormat);
+    void addResourceRules(const QString &vResource, const QTextCharFormat &vFormat);
+
+    QList<Rule> m_rules;
+    bool m_onDemand = false;
+    QColor m_headingColor;
+    QColor m_functionColor;
+    QColor m_constantColor;
+    QColor m_warningColor;
+    QColor m_errorColor;
+    QColor m_numberColor;
+};
+
+#endif // OUTPUTHIGHLIGHTER_H

@@ -1,0 +1,56 @@
+#ifndef WOUTPUTPANE_H
+#define WOUTPUTPANE_H
+
+#include <QPlainTextEdit>
+#include <QString>
+
+class OutputHighlighter;
+class QResizeEvent;
+class QTimer;
+
+// The pane the engine's output streams into. An engine writes tens of megabytes in small
+// pieces; inserting and repainting each piece would keep the event loop busy for most of the
+// run, so pieces are gathered and shown together a few times a second. Read the pane's text
+// with text(), which includes what is still waiting to be shown.
+class WOutputPane : public QPlainTextEdit
+{
+    Q_OBJECT
+public:
+    // How long text may wait before it is shown, and how much may gather before it is shown at
+    // once regardless: together they bound the longest pause one insertion causes.
+    static constexpr int kFlushIntervalMs = 50;
+    static constexpr qsizetype kMaxPendingChars = 64 * 1024;
+
+    explicit WOutputPane(QWidget *parent = nullptr);
+
+    // Adds vText at the very end, whatever the user's cursor or selection. A pane scrolled to
+    // its end stays there.
+    void appendText(const QString &vText);
+    // Shows all text still waiting.
+    void flush();
+    // The whole text, including text still waiting.
+    QString text();
+    // Replaces everything, including text still waiting.
+    void setText(const QString &vText);
+    bool hasPendingText() const { return !m_pending.isEmpty(); }
+
+    // Colours the pane with vHighlighter, which must work on this pane's document. Only the
+    // lines in view are highlighted, when they come into view, so the cost of colouring does
+    // not grow with the amount of output.
+    void setHighlighter(OutputHighlighter *vHighlighter);
+    OutputHighlighter *highlighter() const { return m_highlighter; }
+
+protected:
+    void resizeEvent(QResizeEvent *vEvent) override;
+
+private:
+    void highlightVisible();
+    void scheduleHighlight();
+
+    QString m_pending;
+    QTimer *m_flushTimer = nullptr;
+    OutputHighlighter *m_highlighter = nullptr;
+    QTimer *m_highlightTimer = nullptr;
+};
+
+#endif // WOUTPUTPANE_H
