@@ -29,7 +29,7 @@ PlotSettings::PlotSettings(QWidget *parent, const QVariantMap &vValues)
 {
     ui->setupUi(this);
     // Return in any row means the same as OK.
-    for (QLineEdit *row : {ui->le_begin, ui->le_end, ui->le_nchain, ui->le_width, ui->le_height})
+    for (QLineEdit *row : rows())
         connect(row, &QLineEdit::returnPressed, this, &PlotSettings::on_pb_OK_clicked);
     setValues(vValues.isEmpty() ? MSettings::plotDefaults() : vValues);
     showPlaceholders();
@@ -38,6 +38,11 @@ PlotSettings::PlotSettings(QWidget *parent, const QVariantMap &vValues)
 PlotSettings::~PlotSettings()
 {
     delete ui;
+}
+
+QList<QLineEdit *> PlotSettings::rows() const
+{
+    return {ui->le_begin, ui->le_end, ui->le_nchain, ui->le_width, ui->le_height};
 }
 
 void PlotSettings::setValues(const QVariantMap &vValues)
@@ -64,7 +69,7 @@ void PlotSettings::on_pb_Reset_clicked()
     setValues(CSettings::instance().plotSettings());
     const int after[] = {m_bIter, m_eIter, m_nchain, m_width, m_height};
     m_resetChanged = m_resetChanged || !std::equal(std::begin(before), std::end(before), after);
-    for (QLineEdit *row : {ui->le_begin, ui->le_end, ui->le_nchain, ui->le_width, ui->le_height})
+    for (QLineEdit *row : rows())
         row->clear();
     showPlaceholders();
 }

@@ -1,6 +1,7 @@
 #ifndef PLOTSETTINGS_H
 #define PLOTSETTINGS_H
 
+#include <QList>
 #include <QVariantMap>
 #include <QWidget>
 
@@ -37,6 +38,8 @@ private Q_SLOTS:
     void on_pb_OK_clicked();
 
 private:
+    // The five rows in layout order.
+    QList<QLineEdit *> rows() const;
     void setValues(const QVariantMap &vValues);
     void showPlaceholders();
     void showError(const QString &vMessage);

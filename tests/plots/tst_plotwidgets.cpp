@@ -96,17 +96,12 @@ private Q_SLOTS:
 
     void fade_data();
     void fade();
-    void distanceBehindBrightBar_data();
-    void distanceBehindBrightBar();
     void intervalAndSize_data();
     void intervalAndSize();
-    void roundnessIsClamped_data();
-    void roundnessIsClamped();
     void paintedBars_data();
     void paintedBars();
     void startAndStop();
     void rotationWrapsAndRestarts();
-    void windowForm();
 };
 
 void TestPlotWidgets::placeholders_data()
@@ -377,25 +372,6 @@ void TestPlotWidgets::fade()
              qPrintable(QString("%1 != %2").arg(color.alphaF()).arg(expected)));
 }
 
-void TestPlotWidgets::distanceBehindBrightBar_data()
-{
-    QTest::addColumn<int>("primary");
-    QTest::addColumn<int>("line");
-    QTest::addColumn<int>("expected");
-    QTest::newRow("the bright bar") << 3 << 3 << 0;
-    QTest::newRow("just behind") << 3 << 2 << 1;
-    QTest::newRow("across the wrap") << 0 << 11 << 1;
-    QTest::newRow("just ahead is farthest behind") << 3 << 4 << 11;
-}
-
-void TestPlotWidgets::distanceBehindBrightBar()
-{
-    QFETCH(int, primary);
-    QFETCH(int, line);
-    QFETCH(int, expected);
-    QCOMPARE(WaitingSpinnerWidget::lineCountDistanceFromPrimary(primary, line, 12), expected);
-}
-
 void TestPlotWidgets::intervalAndSize_data()
 {
     QTest::addColumn<int>("lines");
@@ -429,24 +405,6 @@ void TestPlotWidgets::intervalAndSize()
     QCOMPARE(spinner.interval(), interval);
     QCOMPARE(spinner.size(), QSize(size, size));
     QCOMPARE(spinner.minimumSize(), spinner.maximumSize());
-}
-
-void TestPlotWidgets::roundnessIsClamped_data()
-{
-    QTest::addColumn<double>("given");
-    QTest::addColumn<double>("kept");
-    QTest::newRow("below 0") << -5.0 << 0.0;
-    QTest::newRow("inside") << 70.0 << 70.0;
-    QTest::newRow("above 100") << 150.0 << 100.0;
-}
-
-void TestPlotWidgets::roundnessIsClamped()
-{
-    QFETCH(double, given);
-    QFETCH(double, kept);
-    WaitingSpinnerWidget spinner;
-    spinner.setRoundness(given);
-    QCOMPARE(spinner.roundness(), kept);
 }
 
 void TestPlotWidgets::paintedBars_data()
@@ -530,17 +488,6 @@ void TestPlotWidgets::rotationWrapsAndRestarts()
     QCOMPARE(spinner.currentCounter(), 0);
     QVERIFY(spinner.isSpinning());
     spinner.stop();
-}
-
-void TestPlotWidgets::windowForm()
-{
-    QWidget parent;
-    WaitingSpinnerWidget spinner(Qt::ApplicationModal, &parent, true, false);
-    QVERIFY(spinner.isWindow());
-    QVERIFY(spinner.windowFlags().testFlag(Qt::FramelessWindowHint));
-    QCOMPARE(spinner.windowModality(), Qt::ApplicationModal);
-    QVERIFY(spinner.testAttribute(Qt::WA_TranslucentBackground));
-    QVERIFY(!spinner.isVisible());
 }
 
 TOVREL_TEST_MAIN(TestPlotWidgets)
