@@ -11,27 +11,35 @@
 #include <QString>
 #include <QTextStream>
 
-#include <cmath>
+#include <random>
+#include <vector>
 
 // Real plots for tests and benchmarks: trace files shaped like the engine's ("burn<c>.csv", one
 // line per iteration, the iteration number then one column per parameter) and one gnuplot SVG
 // per parameter ("plot<k>.svg"), made by running gnuplot just as the studio does.
 namespace TracePlots {
 
-// Chains drift apart a little so a plot shows distinct lines.
+// Each parameter wanders around its own mean as a sampler's draws do (an autoregressive
+// series), every chain from its own seed, so a plot shows overlapping chains.
 inline bool writeTraces(const QString &vDir, int vParameters, int vChains, int vIterations)
 {
     for (int chain = 1; chain <= vChains; ++chain) {
         QFile file(QDir(vDir).filePath(QStringLiteral("burn%1.csv").arg(chain)));
         if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
             return false;
+        std::mt19937 random(7919u * unsigned(chain));
+        std::normal_distribution<double> shock(0.0, 0.25);
+        std::vector<double> value(std::size_t(vParameters), 0.0);
+        for (int p = 0; p < vParameters; ++p)
+            value[std::size_t(p)] = 0.1 * p + (chain - 1) * 0.4; // dispersed starting values
         QTextStream out(&file);
         for (int iteration = 1; iteration <= vIterations; ++iteration) {
             out << iteration;
-            for (int p = 1; p <= vParameters; ++p) {
-                const double wave = std::sin(iteration * 0.013 * p + chain * 1.7);
-                const double noise = std::sin(iteration * 12.9898 + p * 78.233 + chain) * 0.35;
-                out << ',' << (p * 0.1 + chain * 0.05 + wave * 0.5 + noise);
+            for (int p = 0; p < vParameters; ++p) {
+                double &x = value[std::size_t(p)];
+                const double mean = 0.1 * p;
+                x = mean + 0.8 * (x - mean) + shock(random);
+                out << ',' << x;
             }
             out << '\n';
         }
