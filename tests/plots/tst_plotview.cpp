@@ -408,8 +408,6 @@ private Q_SLOTS:
         QFETCH(QString, proposed);
         QCOMPARE(PlotExport::filter(type), filter);
         QCOMPARE(PlotExport::proposedName("/f", 3, type), proposed);
-        QCOMPARE(PlotExport::allPlotsName("/f"), QStringLiteral("/f/plots.pdf"));
-        QCOMPARE(PlotExport::allPlotsFilter(), QStringLiteral("Images ( *.pdf)"));
     }
 
     void panelPaging_data()
@@ -687,17 +685,10 @@ private Q_SLOTS:
         viewer->close();
     }
 
-    void viewportFallsBackWithoutOpenGl_data()
-    {
-        QTest::addColumn<bool>("openGl");
-        QTest::newRow("openGl on, platform without OpenGL") << true;
-        QTest::newRow("openGl off") << false;
-    }
     void viewportFallsBackWithoutOpenGl()
     {
-        QFETCH(bool, openGl);
         QVariantMap plot = CSettings::instance().plotSettings();
-        plot["openGl"] = openGl;
+        plot["openGl"] = true;
         CSettings::instance().setPlotSettings(plot);
         QTemporaryDir dir;
         WGraphPanel panel;
