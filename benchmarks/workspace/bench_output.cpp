@@ -3,7 +3,8 @@
 // without the output highlighter. Each variant runs in its own process so peak memory is its own.
 //
 //   bench_output              run every variant (add --naive for the unbatched baselines)
-//   bench_output --mode M     run one variant: plain, highlight, naive-plain, naive-highlight
+//   bench_output --mode M     run one variant: plain, highlight, eager-highlight, naive-plain,
+//                             naive-highlight
 //   --megabytes N             amount of output (default 20)
 
 #include "testmain.h"
@@ -103,13 +104,15 @@ Result stream(const QString &vMode, qsizetype vChars)
     const QString output = engineOutput(vChars);
     const bool naive = vMode.startsWith(QLatin1String("naive"));
     const bool highlighted = vMode.endsWith(QLatin1String("highlight"));
+    // The batched pane with a highlighter that colours every line as it arrives.
+    const bool eager = vMode.startsWith(QLatin1String("eager"));
 
     WOutputPane batched;
     QPlainTextEdit direct;
     QPlainTextEdit &pane = naive ? direct : batched;
     pane.resize(900, 500);
     pane.show();
-    if (highlighted && naive)
+    if (highlighted && (naive || eager))
         new OutputHighlighter(pane.document());
     else if (highlighted)
         batched.setHighlighter(new OutputHighlighter(pane.document()));
@@ -211,7 +214,8 @@ int main(int argc, char *argv[])
     const qsizetype modeAt = arguments.indexOf(QStringLiteral("--mode"));
     if (modeAt > 0 && modeAt + 1 < arguments.size())
         return runOne(arguments.at(modeAt + 1), qsizetype(megabytes) * 1024 * 1024);
-    QStringList modes {QStringLiteral("plain"), QStringLiteral("highlight")};
+    QStringList modes {QStringLiteral("plain"), QStringLiteral("highlight"),
+                       QStringLiteral("eager-highlight")};
     if (arguments.contains(QStringLiteral("--naive")))
         modes << QStringLiteral("naive-plain") << QStringLiteral("naive-highlight");
     return runAll(modes, megabytes);

@@ -133,6 +133,9 @@ bool FileHandling::save(const QString &vText)
 
 QString FileHandling::startPath(const QString &vName) const
 {
+    // Before any folder is known the dialog starts where it would on its own, not at the root.
+    if (m_folder.isEmpty())
+        return vName;
     return m_folder + QLatin1Char('/') + vName;
 }
 

@@ -26,6 +26,16 @@ WOutputPane::WOutputPane(QWidget *parent)
     connect(m_highlightTimer, &QTimer::timeout, this, &WOutputPane::highlightVisible);
 }
 
+WOutputPane::~WOutputPane()
+{
+    // The scroll bar and the document go after this object's own part is gone; their last
+    // signals must not reach it.
+    verticalScrollBar()->disconnect(this);
+    document()->disconnect(this);
+    if (m_highlighter)
+        m_highlighter->disconnect(this);
+}
+
 void WOutputPane::appendText(const QString &vText)
 {
     if (vText.isEmpty())
@@ -78,7 +88,6 @@ void WOutputPane::setHighlighter(OutputHighlighter *vHighlighter)
     // below then only repeat its work for a screenful of lines.
     m_highlighter->setOnDemand(true);
     connect(m_highlighter, &OutputHighlighter::did_rebuild, this, &WOutputPane::highlightVisible);
-    connect(m_highlighter, &QObject::destroyed, this, [this] { m_highlighter = nullptr; });
     connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &WOutputPane::highlightVisible,
             Qt::UniqueConnection);
     connect(document(), &QTextDocument::contentsChange, this, &WOutputPane::scheduleHighlight,

@@ -2,6 +2,7 @@
 #define WOUTPUTPANE_H
 
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QString>
 
 class OutputHighlighter;
@@ -22,6 +23,7 @@ public:
     static constexpr qsizetype kMaxPendingChars = 64 * 1024;
 
     explicit WOutputPane(QWidget *parent = nullptr);
+    ~WOutputPane() override;
 
     // Adds vText at the very end, whatever the user's cursor or selection. A pane scrolled to
     // its end stays there.
@@ -49,7 +51,8 @@ private:
 
     QString m_pending;
     QTimer *m_flushTimer = nullptr;
-    OutputHighlighter *m_highlighter = nullptr;
+    // Lives in the document, which may outlive the pane or be given a new highlighter.
+    QPointer<OutputHighlighter> m_highlighter;
     QTimer *m_highlightTimer = nullptr;
 };
 

@@ -193,17 +193,6 @@ private Q_SLOTS:
         QCOMPARE(read.count() + saved.count(), 0);
     }
 
-    void unreadableFileEmptiesTheLines()
-    {
-        FileHandling handler;
-        openFile(handler, "vanishing.dat", "1 2\n3 4\n");
-        QTest::ignoreMessage(QtDebugMsg, " ~ did_read ~ ");
-        QVERIFY(handler.read());
-        QFile::remove(handler.fileName());
-        QVERIFY(!handler.read());
-        QVERIFY(handler.lines().isEmpty());
-    }
-
     void failedSaveKeepsTheOldFile_data()
     {
         QTest::addColumn<QString>("failure");
@@ -497,20 +486,6 @@ private Q_SLOTS:
         QVERIFY(handler.isValid(false));
         QCOMPARE(readFile(handler.fileName()), QByteArray("old"));
         QCOMPARE(CSettings::instance().lastSaveFolder(), remembered);
-    }
-
-    void clearStartsOverInTheSaveFolder()
-    {
-        CSettings::instance().setLastSaveFolder(m_dir.filePath("saved"));
-        FileHandling handler;
-        openFile(handler, "any.imp", "text");
-        QTest::ignoreMessage(QtDebugMsg, " ~ did_read ~ ");
-        QVERIFY(handler.read());
-        handler.clear();
-        QVERIFY(!handler.isValid(false));
-        QVERIFY(!handler.hasFileName());
-        QVERIFY(handler.lines().isEmpty());
-        QCOMPARE(handler.folder(), m_dir.filePath("saved"));
     }
 };
 
