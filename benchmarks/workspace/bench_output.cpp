@@ -6,6 +6,7 @@
 //   bench_output --mode M     run one variant: plain, highlight, eager-highlight, naive-plain,
 //                             naive-highlight
 //   --megabytes N             amount of output (default 20)
+//   --rounds N                rounds of every variant, the median is reported (default 5)
 
 #include "testmain.h"
 #include "workspace/outputhighlighter.h"
@@ -19,6 +20,7 @@
 #include <QScrollBar>
 #include <QTextCursor>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -168,35 +170,53 @@ int runOne(const QString &vMode, qsizetype vChars)
     return 0;
 }
 
-int runAll(const QStringList &vModes, int vMegabytes)
+// One child process per variant and round; rounds alternate the variants so that load from
+// elsewhere on the machine falls on all of them alike. The median of each is reported.
+int runAll(const QStringList &vModes, int vMegabytes, int vRounds)
 {
     std::printf("Streaming %d MB of engine output in %lld-character pieces, processing events "
-                "after each piece, scrolled to the end.\n\n",
-                vMegabytes, static_cast<long long>(kChunkChars));
+                "after each piece, scrolled to the end; median of %d rounds.\n\n",
+                vMegabytes, static_cast<long long>(kChunkChars), vRounds);
+    QMap<QString, QList<QList<QByteArray>>> results;
+    for (int round = 0; round < vRounds; ++round) {
+        for (const QString &mode : vModes) {
+            QProcess child;
+            child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+            child.start(QCoreApplication::applicationFilePath(),
+                        {QStringLiteral("--mode"), mode, QStringLiteral("--megabytes"),
+                         QString::number(vMegabytes)});
+            child.waitForFinished(-1);
+            const QList<QByteArray> fields = child.readAllStandardOutput().trimmed().split(' ');
+            if (fields.size() == 6 && fields.at(0) == "RESULT")
+                results[mode].append(fields);
+        }
+    }
+    auto median = [](QList<double> vValues) {
+        std::sort(vValues.begin(), vValues.end());
+        return vValues.isEmpty() ? 0.0 : vValues.at(vValues.size() / 2);
+    };
+    auto column = [&results](const QString &vMode, int vField) {
+        QList<double> values;
+        for (const QList<QByteArray> &fields : results.value(vMode))
+            values.append(fields.at(vField).toDouble());
+        return values;
+    };
     std::printf("%-16s %10s %18s %14s %10s\n", "variant", "total s", "longest stall ms", "peak MiB",
                 "lines");
-    QMap<QString, double> totals;
     for (const QString &mode : vModes) {
-        QProcess child;
-        child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        child.start(QCoreApplication::applicationFilePath(),
-                    {QStringLiteral("--mode"), mode, QStringLiteral("--megabytes"),
-                     QString::number(vMegabytes)});
-        child.waitForFinished(-1);
-        const QList<QByteArray> fields = child.readAllStandardOutput().trimmed().split(' ');
-        if (fields.size() != 6 || fields.at(0) != "RESULT") {
+        if (results.value(mode).isEmpty()) {
             std::printf("%-16s failed\n", qPrintable(mode));
             continue;
         }
-        totals.insert(mode, fields.at(2).toDouble());
-        std::printf("%-16s %10s %18s %14.1f %10s\n", qPrintable(mode), fields.at(2).constData(),
-                    fields.at(3).constData(), fields.at(4).toDouble() / 1024.0,
-                    fields.at(5).constData());
-        std::fflush(stdout);
+        std::printf("%-16s %10.3f %18.1f %14.1f %10s\n", qPrintable(mode), median(column(mode, 2)),
+                    median(column(mode, 3)), median(column(mode, 4)) / 1024.0,
+                    results.value(mode).first().at(5).constData());
     }
-    if (totals.contains("plain") && totals.contains("highlight") && totals.value("plain") > 0)
+    const double plain = median(column(QStringLiteral("plain"), 2));
+    const double highlighted = median(column(QStringLiteral("highlight"), 2));
+    if (plain > 0 && highlighted > 0)
         std::printf("\nhighlighter adds %.1f %% to the unhighlighted time (allowed: 25 %%)\n",
-                    100.0 * (totals.value("highlight") / totals.value("plain") - 1.0));
+                    100.0 * (highlighted / plain - 1.0));
     return 0;
 }
 
@@ -218,5 +238,9 @@ int main(int argc, char *argv[])
                        QStringLiteral("eager-highlight")};
     if (arguments.contains(QStringLiteral("--naive")))
         modes << QStringLiteral("naive-plain") << QStringLiteral("naive-highlight");
-    return runAll(modes, megabytes);
+    const qsizetype roundsAt = arguments.indexOf(QStringLiteral("--rounds"));
+    const int rounds = roundsAt > 0 && roundsAt + 1 < arguments.size()
+        ? std::max(1, arguments.at(roundsAt + 1).toInt())
+        : 5;
+    return runAll(modes, megabytes, rounds);
 }

@@ -37,11 +37,6 @@ public:
     // Highlights vFirst to vLast, both included.
     void highlightBlocks(const QTextBlock &vFirst, const QTextBlock &vLast);
 
-    // The longest run of plain characters any match of vPattern must contain, or an empty text
-    // when that is not certain. Deliberately conservative: alternatives, inline options and
-    // quoting give up.
-    static QString requiredText(const QString &vPattern);
-
 Q_SIGNALS:
     // The rules were rebuilt while on demand: whoever shows the blocks highlights them again.
     void did_rebuild();
@@ -54,6 +49,10 @@ protected:
     void highlightBlock(const QString &vText) override;
 
 private:
+    // The longest run of plain characters any match of vPattern must contain, or an empty text
+    // when that is not certain. Deliberately conservative: alternatives, inline options and
+    // quoting give up.
+    static QString requiredText(const QString &vPattern);
     void loadColors();
     void buildRules();
     void addRule(const QString &vPattern, const QTextCharFormat &vFormat);
