@@ -66,6 +66,7 @@ std::function<void(QWidget *)> chooseFile(const QString &vChoice, SeenDialog *vS
     };
 }
 
+#ifdef Q_OS_LINUX
 // Limits the size of files this process may write, so a save fails partway through even for
 // a user whom file permissions do not stop.
 class FileSizeLimit
@@ -84,6 +85,7 @@ public:
 private:
     rlimit m_old {};
 };
+#endif
 
 } // namespace
 
@@ -198,7 +200,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("failure");
         QTest::newRow("write fails partway (file size limit)") << "limit";
         QTest::newRow("folder replaced by a file") << "folder";
-        QTest::newRow("read-only folder") << "readonly";
     }
     void failedSaveKeepsTheOldFile()
     {
@@ -214,35 +215,24 @@ private Q_SLOTS:
         QSignalSpy saved(&handler, &FileHandling::did_save);
         const QString large = QString("MODEL: y ~ x;\n").repeated(100000);
 
-        if (failure == "limit") {
-#ifdef Q_OS_LINUX
-            FileSizeLimit limit(64 * 1024);
-            QVERIFY(!handler.save(large));
-#else
-            QSKIP("needs a file size limit");
-#endif
-        } else if (failure == "folder") {
+        if (failure == "folder") {
+            // Nothing is left to keep, but nothing may be written in the file's stead either.
             QVERIFY(QDir(folder).removeRecursively());
             writeFile(folder, "not a folder");
             QVERIFY(!handler.save(large));
             QCOMPARE(readFile(folder), QByteArray("not a folder"));
             QCOMPARE(saved.count(), 0);
             return;
-        } else {
-            QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
-            const bool writable = QFile(folder + "/probe").open(QIODevice::WriteOnly);
-            if (writable) {
-                QFile::remove(folder + "/probe");
-                QFile::setPermissions(folder,
-                                      QFileDevice::ReadOwner | QFileDevice::WriteOwner
-                                          | QFileDevice::ExeOwner);
-                QSKIP("permissions do not stop this user (root)");
-            }
-            const bool result = handler.save(large);
-            QFile::setPermissions(
-                folder, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-            QVERIFY(!result);
         }
+#ifdef Q_OS_LINUX
+        {
+            // Fails even for root, where permissions would not.
+            FileSizeLimit limit(64 * 1024);
+            QVERIFY(!handler.save(large));
+        }
+#else
+        QSKIP("needs a file size limit");
+#endif
         QCOMPARE(saved.count(), 0);
         QCOMPARE(readFile(path), old);
         // Nothing half-written is left beside it either.
