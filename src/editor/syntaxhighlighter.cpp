@@ -6,8 +6,12 @@
 #include <QFont>
 #include <QRegularExpressionMatchIterator>
 #include <QStringList>
+#include <QTextBlock>
 #include <QTextDocument>
+#include <QVarLengthArray>
 #include <QVariantMap>
+
+#include <algorithm>
 
 namespace {
 const QString kNumberPattern = QStringLiteral(
@@ -17,10 +21,13 @@ const QString kOperatorPattern
 const QString kQuotesPattern = QStringLiteral(R"(".*")");
 const QString kHeadingPattern = QStringLiteral(R"((\w+|\w+.\w+)+(?:(?!\n)\s+)?:(\s|$))");
 // The same language as the heading pattern without its nested quantifiers, which backtrack
-// exponentially on long words: word runs joined by single non-word characters. A run must end
-// right before the blanks and colon, so taking runs possessively never loses a match, and each
-// start position has at most one match, so global matching finds the same spans.
-const QString kFastHeadingPattern = QStringLiteral(R"(\w++(?:(?!\w).\w++)*+(?:(?!\n)\s+)?:(\s|$))");
+// exponentially on long words. Units of word characters, optionally two word runs joined by one
+// character, put end to end: word runs joined by single non-word characters, where every run
+// between two joins is split over two units and so needs two characters. A run or join must be
+// taken whenever it can be (what follows it is never blanks and a colon), so possessive matching
+// loses nothing; and each start has at most one match, so global matching finds the same spans.
+const QString kFastHeadingPattern
+    = QStringLiteral(R"(\w++(?:(?!\w).\w\w++)*+(?:(?!\w).\w)?+(?:(?!\n)\s+)?:(\s|$))");
 const QString kToLineEnd = QStringLiteral("[^\n]*");
 const QString kKeywordLead = QStringLiteral(R"((?<=\s|^))");
 const QString kMplusComment = QStringLiteral("!");
@@ -52,7 +59,7 @@ void SyntaxHighlighter::setSyntaxMode(SyntaxMode vMode)
 {
     m_mode = vMode;
     setupHighlighter();
-    rehighlight();
+    rehighlightDocument();
 }
 
 void SyntaxHighlighter::useLightColours()
@@ -91,7 +98,7 @@ QRegularExpression SyntaxHighlighter::indentExpression()
 void SyntaxHighlighter::applySettings()
 {
     setupHighlighter();
-    rehighlight();
+    rehighlightDocument();
 }
 
 void SyntaxHighlighter::buildFormats()
@@ -154,6 +161,9 @@ void SyntaxHighlighter::addRule(const QString &vPattern, const QTextCharFormat &
 {
     const QRegularExpression pattern = compiled(vPattern, QRegularExpression::NoPatternOption);
     m_rules.append({pattern, vFormat});
+    // A broken pattern (a marker with pattern syntax) matches nothing: leave it out.
+    if (!pattern.isValid())
+        return;
     m_passes.append({vFastPattern.isEmpty()
                          ? pattern
                          : compiled(vFastPattern, QRegularExpression::NoPatternOption),
@@ -180,7 +190,7 @@ void SyntaxHighlighter::addKeywordRules(const QStringList &vKeywords, bool vCase
         m_rules.append({pattern, m_keywordFormat});
         if (kPlainKeyword.match(keyword).hasMatch())
             plain.append(keyword);
-        else
+        else if (pattern.isValid())
             m_passes.append({pattern, m_keywordFormat, colon});
     }
     if (!plain.isEmpty()) {
@@ -191,15 +201,51 @@ void SyntaxHighlighter::addKeywordRules(const QStringList &vKeywords, bool vCase
     }
 }
 
-void SyntaxHighlighter::highlightBlock(const QString &vText)
+QList<QTextLayout::FormatRange> SyntaxHighlighter::formatRanges(const QString &vText) const
 {
-    for (const Pass &pass : qAsConst(m_passes)) {
-        if (!pass.required.isNull() && !vText.contains(pass.required))
+    // Which pass coloured each character last; -1 for none.
+    QVarLengthArray<int, 256> owner(vText.size());
+    std::fill(owner.begin(), owner.end(), -1);
+    for (int pass = 0; pass < m_passes.size(); ++pass) {
+        const Pass &current = m_passes.at(pass);
+        if (!current.required.isNull() && !vText.contains(current.required))
             continue;
-        QRegularExpressionMatchIterator matches = pass.pattern.globalMatch(vText);
+        QRegularExpressionMatchIterator matches = current.pattern.globalMatch(vText);
         while (matches.hasNext()) {
             const QRegularExpressionMatch match = matches.next();
-            setFormat(match.capturedStart(0), match.capturedLength(0), pass.format);
+            std::fill(owner.begin() + match.capturedStart(0), owner.begin() + match.capturedEnd(0),
+                      pass);
         }
     }
+
+    QList<QTextLayout::FormatRange> ranges;
+    for (int start = 0; start < owner.size();) {
+        int end = start + 1;
+        while (end < owner.size() && owner[end] == owner[start])
+            ++end;
+        if (owner[start] >= 0)
+            ranges.append({start, end - start, m_passes.at(owner[start]).format});
+        start = end;
+    }
+    return ranges;
+}
+
+void SyntaxHighlighter::highlightBlock(const QString &vText)
+{
+    const QList<QTextLayout::FormatRange> ranges = formatRanges(vText);
+    for (const QTextLayout::FormatRange &range : ranges)
+        setFormat(range.start, range.length, range.format);
+}
+
+// QSyntaxHighlighter::rehighlight() tells the layout about every block on its own, and a shown
+// editor then lays out from the top each time: seconds on a long script. Setting the formats
+// block by block and reporting one change lays the document out once.
+void SyntaxHighlighter::rehighlightDocument()
+{
+    QTextDocument *doc = document();
+    if (!doc)
+        return;
+    for (QTextBlock block = doc->begin(); block.isValid(); block = block.next())
+        block.layout()->setFormats(formatRanges(block.text()));
+    doc->markContentsDirty(0, doc->characterCount());
 }

@@ -9,6 +9,7 @@
 #include <QRegularExpression>
 #include <QSyntaxHighlighter>
 #include <QTextCharFormat>
+#include <QTextLayout>
 
 class QTextDocument;
 
@@ -42,6 +43,9 @@ public:
     // equivalent of this list (see compiled passes in the source).
     const QList<HighlightingRule> &rules() const { return m_rules; }
 
+    // Re-colours every line; the quick equivalent of rehighlight() for a whole document.
+    void rehighlightDocument();
+
 public Q_SLOTS:
     void applySettings();
     void setupHighlighter();
@@ -63,6 +67,7 @@ private:
     void addRule(const QString &vPattern, const QTextCharFormat &vFormat, QChar vRequired = {},
                  const QString &vFastPattern = {});
     void addKeywordRules(const QStringList &vKeywords, bool vCaseSensitive);
+    QList<QTextLayout::FormatRange> formatRanges(const QString &vText) const;
 
     SyntaxMode m_mode = SyntaxMode::Engine;
     QList<HighlightingRule> m_rules;
