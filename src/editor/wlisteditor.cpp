@@ -80,8 +80,11 @@ void WListEditor::closeEditor(QListWidgetItem *vItem)
 void WListEditor::on_tbUpdate_toggled(bool checked)
 {
     QListWidgetItem *item = ui->listWidget->currentItem();
-    if (!item)
+    if (!item) {
+        // Nothing to edit: the button does not stay pressed.
+        ui->tbUpdate->setChecked(false);
         return;
+    }
     if (checked)
         startEditing();
     else

@@ -3,19 +3,34 @@
 
 #include "editor/textsearch.h"
 
+#include <QKeyEvent>
 #include <QShowEvent>
 #include <QTextCursor>
+#include <QTextEdit>
 
 WTextFinder::WTextFinder(QWidget *parent)
     : QWidget(parent)
     , ui(new Ui::WTextFinder)
 {
     ui->setupUi(this);
+    // Return in a field does what its neighbouring button does next.
+    connect(ui->leFind, &QLineEdit::returnPressed, this, &WTextFinder::on_tbFindNext_clicked);
+    connect(ui->leReplace, &QLineEdit::returnPressed, this, &WTextFinder::on_tbReplaceNext_clicked);
 }
 
 WTextFinder::~WTextFinder()
 {
     delete ui;
+}
+
+void WTextFinder::setEditor(QTextEdit *vEditor)
+{
+    m_editor = vEditor;
+}
+
+QTextEdit *WTextFinder::editor() const
+{
+    return m_editor;
 }
 
 bool WTextFinder::findFromCursor(const QString &vText, bool vBackward)
@@ -102,4 +117,14 @@ void WTextFinder::showEvent(QShowEvent *e)
 {
     e->accept();
     ui->leFind->setFocus();
+}
+
+// Escape in either field closes the bar, as the close button does.
+void WTextFinder::keyPressEvent(QKeyEvent *e)
+{
+    if (e->key() == Qt::Key_Escape && e->modifiers() == Qt::NoModifier) {
+        on_toolButton_clicked();
+        return;
+    }
+    QWidget::keyPressEvent(e);
 }

@@ -2,10 +2,11 @@
 #define WTEXTFINDER_H
 
 #include <QPointer>
-#include <QTextEdit>
 #include <QWidget>
 
+class QKeyEvent;
 class QShowEvent;
+class QTextEdit;
 
 namespace Ui {
 class WTextFinder;
@@ -20,8 +21,8 @@ public:
     explicit WTextFinder(QWidget *parent = nullptr);
     ~WTextFinder() override;
 
-    void setEditor(QTextEdit *vEditor) { m_editor = vEditor; }
-    QTextEdit *editor() const { return m_editor; }
+    void setEditor(QTextEdit *vEditor);
+    QTextEdit *editor() const;
 
     bool findPrev();
     bool findNext();
@@ -43,6 +44,7 @@ private Q_SLOTS:
 
 protected:
     void showEvent(QShowEvent *e) override;
+    void keyPressEvent(QKeyEvent *e) override;
 
 private:
     bool findFromCursor(const QString &vText, bool vBackward);

@@ -66,6 +66,8 @@ private Q_SLOTS:
     void finderReplace();
     void finderShortcuts_data();
     void finderShortcuts();
+    void finderFieldKeys_data();
+    void finderFieldKeys();
     void finderWithoutEditorIsInert();
     void finderCloseAndFocus();
 
@@ -74,6 +76,7 @@ private Q_SLOTS:
     void listEditorMoveAndDelete_data();
     void listEditorMoveAndDelete();
     void listEditorRenamesThroughUpdate();
+    void listEditorUpdateNeedsARow();
 
     void titleEditorCheck();
     void titleEditorAcceptsWithoutCheck();
@@ -476,6 +479,45 @@ void TestEditorWidgets::finderShortcuts()
     QTRY_COMPARE(editor->textCursor().selectionStart(), expectedStart);
 }
 
+void TestEditorWidgets::finderFieldKeys_data()
+{
+    QTest::addColumn<QString>("field");
+    QTest::addColumn<int>("key");
+    QTest::addColumn<QString>("expectedText");
+    QTest::addColumn<int>("expectedStart");
+    QTest::addColumn<int>("expectedCloses");
+
+    // Text "ab ab ab" with the first match selected; search "ab", replacement "Q".
+    QTest::newRow("return in the find field finds the next match")
+        << "leFind" << int(Qt::Key_Return) << "ab ab ab" << 3 << 0;
+    QTest::newRow("return in the replace field replaces and finds the next match")
+        << "leReplace" << int(Qt::Key_Return) << "Q ab ab" << 2 << 0;
+    QTest::newRow("escape closes the bar")
+        << "leFind" << int(Qt::Key_Escape) << "ab ab ab" << 0 << 1;
+}
+
+void TestEditorWidgets::finderFieldKeys()
+{
+    QFETCH(QString, field);
+    QFETCH(int, key);
+    QFETCH(QString, expectedText);
+    QFETCH(int, expectedStart);
+    QFETCH(int, expectedCloses);
+
+    WSyntaxEditor editor;
+    WTextFinder finder;
+    finder.setEditor(&editor);
+    editor.setPlainText("ab ab ab");
+    finder.findChild<QLineEdit *>("leReplace")->setText("Q");
+    QTest::keyClicks(finder.findChild<QLineEdit *>("leFind"), "ab");
+    QSignalSpy close(&finder, &WTextFinder::do_close);
+
+    QTest::keyClick(finder.findChild<QLineEdit *>(field), Qt::Key(key));
+    QCOMPARE(editor.toPlainText(), expectedText);
+    QCOMPARE(editor.textCursor().selectionStart(), expectedStart);
+    QCOMPARE(close.count(), expectedCloses);
+}
+
 void TestEditorWidgets::finderWithoutEditorIsInert()
 {
     WTextFinder finder;
@@ -615,6 +657,15 @@ void TestEditorWidgets::listEditorRenamesThroughUpdate()
     list->setCurrentRow(1);
     QVERIFY(!update->isChecked());
     QVERIFY(!list->isPersistentEditorOpen(list->item(0)));
+}
+
+void TestEditorWidgets::listEditorUpdateNeedsARow()
+{
+    WListEditor editor;
+    QToolButton *update = button(&editor, "tbUpdate");
+    QTest::mouseClick(update, Qt::LeftButton);
+    QVERIFY(!update->isChecked());
+    QVERIFY(editor.items().isEmpty());
 }
 
 void TestEditorWidgets::titleEditorCheck()
