@@ -161,6 +161,17 @@ int main(int argc, char *argv[])
     }
     report("type one character on line 5,000 (with repaint events)", median(typing));
 
+    QList<double> indenting;
+    for (int run = 0; run < kRuns; ++run) {
+        editor.selectAll();
+        indenting.append(timeMs([&] {
+            QTest::keyClick(&editor, Qt::Key_Tab);
+            QCoreApplication::processEvents();
+        }));
+        editor.undo();
+    }
+    report("indent the whole script (select all, Tab)", median(indenting));
+
     QTextDocument plain;
     plain.setPlainText(script);
     auto *yardstick = new RuleByRuleHighlighter(&plain, editor.highlighter()->rules());
