@@ -124,13 +124,15 @@ int longestChain(const QString &vLine)
     return longest;
 }
 
-const int kRandomLines
-    = qEnvironmentVariableIntValue("CORPUS") ? qEnvironmentVariableIntValue("CORPUS") : 2000;
+// Random lines from the fragments above; TOVREL_CORPUS_LINES asks for more for a longer soak.
 QStringList corpus()
 {
+    const int randomLines = qEnvironmentVariableIsSet("TOVREL_CORPUS_LINES")
+        ? qEnvironmentVariableIntValue("TOVREL_CORPUS_LINES")
+        : 2000;
     QStringList lines = kCorpusLines;
     QRandomGenerator random(20261121);
-    for (int n = 0; n < kRandomLines; ++n) {
+    for (int n = 0; n < randomLines; ++n) {
         QStringList parts;
         const int count = 1 + int(random.bounded(6));
         for (int i = 0; i < count; ++i)
