@@ -1,3 +1,4 @@
+#include "modalanswerer.h"
 #include "testmain.h"
 
 #include "config/csettings.h"
@@ -25,26 +26,21 @@ const QString kNotPositive = QStringLiteral("All values must be greater than zer
 const QString kOrder = QStringLiteral("Start Iterations must be less than Stop Iterations.");
 
 // Answers every modal message box that comes up with OK, remembering what each one said.
-class BoxAnswerer : public QObject
+class BoxAnswerer
 {
 public:
-    BoxAnswerer()
-    {
-        connect(&m_timer, &QTimer::timeout, this, [this] {
-            auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-            if (!box)
-                return;
-            titles << box->windowTitle();
-            texts << box->text();
-            box->button(QMessageBox::Ok)->click();
-        });
-        m_timer.start(10);
-    }
     QStringList titles;
     QStringList texts;
 
 private:
-    QTimer m_timer;
+    ModalAnswerer m_answerer{[this](QWidget *vModal) {
+        auto *box = qobject_cast<QMessageBox *>(vModal);
+        if (!box)
+            return;
+        titles << box->windowTitle();
+        texts << box->text();
+        box->button(QMessageBox::Ok)->click();
+    }};
 };
 
 QVariantMap values(const QList<int> &v)
