@@ -5,22 +5,16 @@
 #include "workspace/plotrequests.h"
 #include "workspace/processhandling.h"
 
-#include <QDir>
-#include <QFile>
 #include <QSettings>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 
 Q_DECLARE_METATYPE(QProcess::ProcessError)
 
 namespace {
 
 constexpr int kWaitMs = 20000;
-
-QString engine()
-{
-    return QStringLiteral(TOVREL_TEST_ENGINE);
-}
+const QString kEngine = QStringLiteral(TOVREL_TEST_ENGINE);
+const QString kConfigured = QStringLiteral("/opt/tovrel/tovrel");
 
 void writeFile(const QString &vPath, const QByteArray &vContents)
 {
@@ -32,15 +26,12 @@ void writeFile(const QString &vPath, const QByteArray &vContents)
 QStringList readLines(const QString &vPath)
 {
     QFile file(vPath);
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    QStringList lines = QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
-    if (!lines.isEmpty() && lines.last().isEmpty())
-        lines.removeLast();
-    return lines;
+    return file.open(QIODevice::ReadOnly)
+        ? QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts)
+        : QStringList();
 }
 
-QString joinedSignalText(const QSignalSpy &vSpy)
+QString joined(const QSignalSpy &vSpy)
 {
     QString text;
     for (const QList<QVariant> &call : vSpy)
@@ -54,29 +45,38 @@ class TestEngineRuns : public QObject
 {
     Q_OBJECT
 
-private:
     QTemporaryDir m_dir;
     QString m_script;
     QString m_output;
     QString m_record;
     QString m_plan;
 
-    // Steps for the stand-in engine of the next run.
-    void plan(const QByteArray &vSteps) { writeFile(m_plan, vSteps); }
-    QStringList recordedArguments() { return readLines(m_record).mid(1); }
+    // The stand-in engine records its working folder, then its arguments.
     QString recordedFolder() { return readLines(m_record).value(0); }
+    QStringList recordedArguments() { return readLines(m_record).mid(1); }
+
+    // Starts the stand-in engine, which runs the shell commands vPlan.
+    void start(ProcessHandling &vRunner, const QByteArray &vPlan)
+    {
+        writeFile(m_plan, vPlan);
+        QVERIFY(vRunner.run(kEngine, m_script, m_output));
+    }
+    void runToEnd(ProcessHandling &vRunner, const QByteArray &vPlan)
+    {
+        QSignalSpy finished(&vRunner, &ProcessHandling::did_finish);
+        start(vRunner, vPlan);
+        QVERIFY(finished.wait(kWaitMs));
+    }
 
 private Q_SLOTS:
     void initTestCase()
     {
         qRegisterMetaType<QProcess::ProcessError>();
-        QVERIFY(m_dir.isValid());
-        QVERIFY(QFileInfo(engine()).isExecutable());
-        QDir(m_dir.path()).mkpath(QStringLiteral("my scripts"));
-        m_script = m_dir.filePath(QStringLiteral("my scripts/model one.imp"));
-        m_output = m_dir.filePath(QStringLiteral("my scripts/model one.tovrel-out"));
-        m_record = m_dir.filePath(QStringLiteral("arguments.txt"));
-        m_plan = m_dir.filePath(QStringLiteral("plan.txt"));
+        QDir(m_dir.path()).mkpath("my scripts");
+        m_script = m_dir.filePath("my scripts/model one.imp");
+        m_output = m_dir.filePath("my scripts/model one.tovrel-out");
+        m_record = m_dir.filePath("arguments.txt");
+        m_plan = m_dir.filePath("plan.sh");
         writeFile(m_script, "DATA: x.dat;\n");
         qputenv("TESTENGINE_RECORD", QFile::encodeName(m_record));
         qputenv("TESTENGINE_PLAN", QFile::encodeName(m_plan));
@@ -86,432 +86,278 @@ private Q_SLOTS:
     {
         QSettings().clear();
         QFile::remove(m_record);
-        plan("");
     }
 
-    // ---- the engine's command line -------------------------------------------------------
-
-    void commandLine_data()
+    // An empty expected list stands for "keyword not found".
+    void engineArguments_data()
     {
         QTest::addColumn<QStringList>("params");
         QTest::addColumn<QString>("keyword");
-        QTest::addColumn<bool>("tracePlots");
-        QTest::addColumn<bool>("engineFromSettings");
+        QTest::addColumn<QString>("trace");
         QTest::addColumn<QStringList>("expected");
-
-        // SCRIPT, OUT and TRACE stand for the paths of the run.
-        QTest::newRow("nothing stored: script first")
-            << QStringList() << QString() << false << false
-            << QStringList {"SCRIPT", "--output", "OUT"};
-        QTest::newRow("nothing stored, with trace plots")
-            << QStringList() << QString() << true << false
-            << QStringList {"SCRIPT", "--output", "OUT", "--traceplot", "TRACE"};
-        QTest::newRow("option before keyword, blanks stay inside arguments")
-            << QStringList {"--verbose", "$COMMANDS"} << QString() << true << false
-            << QStringList {"--verbose", "SCRIPT", "--output", "OUT", "--traceplot", "TRACE"};
-        QTest::newRow("keyword twice: only the first replaced")
-            << QStringList {"$COMMANDS", "-x", "$COMMANDS"} << QString() << false << false
-            << QStringList {"SCRIPT", "-x", "$COMMANDS", "--output", "OUT"};
-        QTest::newRow("keyword in another case is not found, so it is put in front")
-            << QStringList {"$commands", "-q"} << QString() << false << false
-            << QStringList {"SCRIPT", "$commands", "-q", "--output", "OUT"};
-        QTest::newRow("own keyword")
-            << QStringList {"--seed", "7", "%FILE%"} << QStringLiteral("%FILE%") << false << false
-            << QStringList {"--seed", "7", "SCRIPT", "--output", "OUT"};
-        QTest::newRow("engine from settings") << QStringList {"$COMMANDS"} << QString() << false
-                                              << true << QStringList {"SCRIPT", "--output", "OUT"};
-        QTest::newRow("engine from settings, with trace plots")
-            << QStringList {"$COMMANDS"} << QString() << true << true
-            << QStringList {"SCRIPT", "--output", "OUT", "--traceplot", "TRACE"};
+        // clang-format off
+        QTest::newRow("only the first keyword is replaced") << QStringList {"$COMMANDS", "-x", "$COMMANDS"} << "$COMMANDS" << "" << QStringList {"a b.imp", "-x", "$COMMANDS", "--output", "o"};
+        QTest::newRow("own keyword, trace plots last") << QStringList {"--seed", "%FILE%"} << "%FILE%" << "t d" << QStringList {"--seed", "a b.imp", "--output", "o", "--traceplot", "t d"};
+        QTest::newRow("keyword differing in case is not found") << QStringList {"$Commands"} << "$COMMANDS" << "" << QStringList();
+        QTest::newRow("keyword missing") << QStringList {"-v"} << "$COMMANDS" << "" << QStringList();
+        // clang-format on
     }
-    void commandLine()
+    void engineArguments()
     {
         QFETCH(QStringList, params);
         QFETCH(QString, keyword);
-        QFETCH(bool, tracePlots);
-        QFETCH(bool, engineFromSettings);
+        QFETCH(QString, trace);
         QFETCH(QStringList, expected);
+        QCOMPARE(ProcessHandling::engineArguments(params, keyword, "a b.imp", "o", trace)
+                     .value_or(QStringList()),
+                 expected);
+    }
 
-        CSettings &settings = CSettings::instance();
-        if (!params.isEmpty())
-            settings.setCommandLineToolParams(params);
-        if (!keyword.isEmpty())
-            settings.setCommandsFileKeyword(keyword);
-        settings.setCommandLineToolName(engine());
-        const QString trace = m_dir.filePath(QStringLiteral("trace plots"));
-
+    void commandLineReachesTheEngine()
+    {
+        CSettings::instance().setCommandLineToolName(kEngine);
+        CSettings::instance().setCommandLineToolParams({"--verbose", "$COMMANDS"});
+        const QString trace = m_dir.filePath("trace plots");
         ProcessHandling runner;
         QSignalSpy started(&runner, &ProcessHandling::did_start);
         QSignalSpy finished(&runner, &ProcessHandling::did_finish);
-        bool asked = false;
-        if (engineFromSettings && tracePlots)
-            asked = runner.run(m_script, m_output, QDir(trace));
-        else if (engineFromSettings)
-            asked = runner.run(m_script, m_output);
-        else if (tracePlots)
-            asked = runner.run(engine(), m_script, m_output, trace);
-        else
-            asked = runner.run(engine(), m_script, m_output);
-        QVERIFY(asked);
+        writeFile(m_plan, "");
+        QVERIFY(runner.run(m_script, m_output, QDir(trace)));
         QVERIFY(finished.wait(kWaitMs));
         QCOMPARE(started.count(), 1);
-        QCOMPARE(finished.at(0).at(0).toInt(), 0);
-
-        expected.replaceInStrings(QRegularExpression("^SCRIPT$"), m_script);
-        expected.replaceInStrings(QRegularExpression("^OUT$"), m_output);
-        expected.replaceInStrings(QRegularExpression("^TRACE$"), trace);
-        QCOMPARE(recordedArguments(), expected);
-        // No working folder is set for the engine: it inherits the studio's.
-        QCOMPARE(QDir(recordedFolder()), QDir(QDir::currentPath()));
-    }
-
-    void keywordMissingFromList()
-    {
-        QVERIFY(!ProcessHandling::engineArguments({"-v"}, "$COMMANDS", "s", "o").has_value());
-        QVERIFY(!ProcessHandling::engineArguments({"$Commands"}, "$COMMANDS", "s", "o"));
-        QCOMPARE(*ProcessHandling::engineArguments({"$COMMANDS"}, "$COMMANDS", "a b", "o"),
-                 QStringList({"a b", "--output", "o"}));
+        // Paths with blanks arrive as single arguments; the engine runs in the studio's folder.
+        QCOMPARE(recordedArguments(),
+                 QStringList({"--verbose", m_script, "--output", m_output, "--traceplot", trace}));
+        QCOMPARE(QDir(recordedFolder()), QDir::current());
     }
 
     void checksComeInOrder_data()
     {
         QTest::addColumn<bool>("mplus");
         QTest::addColumn<bool>("engineExists");
-        QTest::addColumn<bool>("scriptExists");
         QTest::addColumn<QString>("message");
-
-        const QString missingEngine = "/no/such/folder/tovrel";
-        QTest::newRow("engine missing is reported before the script")
-            << false << false << false
-            << "ERROR: Executable does not exist!\n See '" + missingEngine + "'";
-        QTest::newRow("engine present, script missing")
-            << false << true << false << "ERROR: Syntax File does not exist!";
-        QTest::newRow("Mplus missing, without its path")
-            << true << false << false << "ERROR: Executable does not exist!";
-        QTest::newRow("Mplus present, input missing")
-            << true << true << false << "ERROR: Syntax File does not exist!";
+        // clang-format off
+        QTest::newRow("engine missing is reported before the script") << false << false << "ERROR: Executable does not exist!\n See '/no/such/tovrel'";
+        QTest::newRow("engine present, script missing") << false << true << "ERROR: Syntax File does not exist!";
+        QTest::newRow("Mplus missing, without its path") << true << false << "ERROR: Executable does not exist!";
+        QTest::newRow("Mplus present, input missing") << true << true << "ERROR: Syntax File does not exist!";
+        // clang-format on
     }
     void checksComeInOrder()
     {
         QFETCH(bool, mplus);
         QFETCH(bool, engineExists);
-        QFETCH(bool, scriptExists);
         QFETCH(QString, message);
-
-        const QString executable = engineExists ? engine() : "/no/such/folder/tovrel";
-        const QString script = scriptExists ? m_script : m_dir.filePath("missing.imp");
+        const QString executable = engineExists ? kEngine : "/no/such/tovrel";
+        const QString missing = m_dir.filePath("missing.imp");
         CSettings::instance().setMplusToolName(executable);
         ProcessHandling runner;
         QSignalSpy errors(&runner, &ProcessHandling::did_sendErr);
-        QSignalSpy started(&runner, &ProcessHandling::did_start);
-        const bool asked
-            = mplus ? runner.runMplus(script, m_output) : runner.run(executable, script, m_output);
-        QVERIFY(!asked);
+        QVERIFY(!(mplus ? runner.runMplus(missing, m_output)
+                        : runner.run(executable, missing, m_output)));
         QCOMPARE(errors.count(), 1);
-        QCOMPARE(errors.at(0).at(0).toString(), message);
+        QCOMPARE(joined(errors), message);
         QCOMPARE(runner.process()->state(), QProcess::NotRunning);
-        QTest::qWait(50);
-        QCOMPARE(started.count(), 0);
         QVERIFY(!QFile::exists(m_record));
     }
 
     void mplusRunsInTheInputFolder()
     {
-        CSettings::instance().setMplusToolName(engine());
-        CSettings::instance().setCommandLineToolParams({"--ignored", "$COMMANDS"});
-        const QString input = m_dir.filePath(QStringLiteral("my scripts/path model.inp"));
-        const QString output = m_dir.filePath(QStringLiteral("my scripts/path model.out"));
+        CSettings::instance().setMplusToolName(kEngine);
+        const QString input = m_dir.filePath("my scripts/path model.inp");
         writeFile(input, "TITLE: x;\n");
         ProcessHandling runner;
         QSignalSpy finished(&runner, &ProcessHandling::did_finish);
-        QVERIFY(runner.runMplus(input, output));
+        QVERIFY(runner.runMplus(input, "path model.out"));
         QVERIFY(finished.wait(kWaitMs));
-        QCOMPARE(recordedArguments(), QStringList({input, output}));
+        QCOMPARE(recordedArguments(), QStringList({input, "path model.out"}));
         QCOMPARE(QDir(recordedFolder()), QFileInfo(input).absoluteDir());
-
         // The next engine run of the same runner goes back to the studio's folder.
-        QVERIFY(runner.run(engine(), m_script, m_output));
-        QVERIFY(finished.wait(kWaitMs));
-        QCOMPARE(QDir(recordedFolder()), QDir(QDir::currentPath()));
+        runToEnd(runner, "");
+        QCOMPARE(QDir(recordedFolder()), QDir::current());
     }
 
-    // ---- what the engine writes ------------------------------------------------------------
-
+    // Pieces, in the shell's octal escapes, are separated by '|'; a pause after each makes the
+    // studio read it alone.
     void charactersSplitAcrossReads_data()
     {
-        QTest::addColumn<QByteArray>("stream");
-        QTest::addColumn<QByteArray>("steps");
+        QTest::addColumn<QByteArray>("redirect");
+        QTest::addColumn<QByteArray>("pieces");
         QTest::addColumn<QString>("expected");
-
-        // Pieces are separated by '|'; each is flushed and followed by a pause, so the studio
-        // reads it on its own.
-        QTest::newRow("two-byte letter on standard output")
-            << QByteArray("out") << QByteArray("a\\xC3|\\xA9b\\n") << QString("a\u00e9b\n");
-        QTest::newRow("three-byte sign cut after one byte")
-            << QByteArray("out") << QByteArray("x\\xE2|\\x82\\xACy") << QString("x\u20acy");
-        QTest::newRow("three-byte sign cut after two bytes")
-            << QByteArray("out") << QByteArray("=\\xE2\\x82|\\xAC") << QString("=\u20ac");
-        QTest::newRow("four-byte character in three pieces")
-            << QByteArray("out") << QByteArray("<\\xF0|\\x9F\\x98|\\x80!")
-            << QString::fromUtf8("<\xF0\x9F\x98\x80!");
-        QTest::newRow("standard error keeps its own state")
-            << QByteArray("err") << QByteArray("mean \\xCE|\\xBC = 0.5\\n")
-            << QString("mean \u03bc = 0.5\n");
+        // clang-format off
+        QTest::newRow("two-byte letter") << QByteArray() << QByteArray("a\\303|\\251b") << QString("a\u00e9b");
+        QTest::newRow("three-byte sign cut after two bytes") << QByteArray() << QByteArray("=\\342\\202|\\254") << QString("=\u20ac");
+        QTest::newRow("four-byte character in three pieces") << QByteArray() << QByteArray("<\\360|\\237\\230|\\200!") << QString::fromUtf8("<\xF0\x9F\x98\x80!");
+        QTest::newRow("standard error keeps its own state") << QByteArray(" >&2") << QByteArray("mean \\316|\\274") << QString("mean \u03bc");
+        // clang-format on
     }
     void charactersSplitAcrossReads()
     {
-        QFETCH(QByteArray, stream);
-        QFETCH(QByteArray, steps);
+        QFETCH(QByteArray, redirect);
+        QFETCH(QByteArray, pieces);
         QFETCH(QString, expected);
-
-        QByteArray text;
-        for (const QByteArray &piece : steps.split('|'))
-            text += stream + ' ' + piece + "\nsleep 150\n";
-        plan(text);
+        QByteArray plan;
+        for (const QByteArray &piece : pieces.split('|'))
+            plan += "printf '" + piece + "'" + redirect + "; sleep 0.15\n";
         ProcessHandling runner;
         QSignalSpy out(&runner, &ProcessHandling::did_sendOut);
         QSignalSpy err(&runner, &ProcessHandling::did_sendErr);
-        QSignalSpy finished(&runner, &ProcessHandling::did_finish);
-        QVERIFY(runner.run(engine(), m_script, m_output));
-        QVERIFY(finished.wait(kWaitMs));
-        const QSignalSpy &chunks = stream == "out" ? out : err;
-        QCOMPARE(joinedSignalText(chunks), expected);
+        runToEnd(runner, plan);
+        const QSignalSpy &chunks = redirect.isEmpty() ? out : err;
         QVERIFY2(chunks.count() > 1, "the pieces should have been read one by one");
-        for (const QList<QVariant> &chunk : chunks)
-            QVERIFY(!chunk.at(0).toString().contains(QChar::ReplacementCharacter));
+        QCOMPARE(joined(chunks), expected);
     }
 
     void endOfRun_data()
     {
-        QTest::addColumn<QByteArray>("steps");
+        QTest::addColumn<QByteArray>("plan");
         QTest::addColumn<int>("exitCode");
-        QTest::addColumn<bool>("crashed");
-        QTest::addColumn<QString>("output");
-
-        QTest::newRow("clean run") << QByteArray("out done\\n\nexit 0\n") << 0 << false << "done\n";
-        QTest::newRow("failing run keeps its code")
-            << QByteArray("out ERROR: no data\\n\nexit 3\n") << 3 << false << "ERROR: no data\n";
-        QTest::newRow("crash is reported as an error")
-            << QByteArray("out half\ncrash\n") << -1 << true << "half";
-        QTest::newRow("output file written by the engine")
-            << QByteArray("output RESULTS\\n\nexit 0\n") << 0 << false << QString();
+        QTest::addColumn<QString>("text");
+        // clang-format off
+        QTest::newRow("failing run keeps its code") << QByteArray("printf 'ERROR: no data'; exit 3") << 3 << "ERROR: no data";
+        QTest::newRow("crash is reported as an error") << QByteArray("printf half; kill -KILL $$") << -1 << "half";
+        QTest::newRow("output file written by the engine") << QByteArray("echo RESULTS > \"$OUTPUT\"") << 0 << "";
+        // clang-format on
     }
     void endOfRun()
     {
-        QFETCH(QByteArray, steps);
+        QFETCH(QByteArray, plan);
         QFETCH(int, exitCode);
-        QFETCH(bool, crashed);
-        QFETCH(QString, output);
-
+        QFETCH(QString, text);
         QFile::remove(m_output);
-        plan(steps);
         ProcessHandling runner;
         QSignalSpy out(&runner, &ProcessHandling::did_sendOut);
         QSignalSpy failed(&runner, &ProcessHandling::did_errorOccur);
         QSignalSpy finished(&runner, &ProcessHandling::did_finish);
-        QVERIFY(runner.run(engine(), m_script, m_output));
-        QVERIFY(finished.wait(kWaitMs));
-        QCOMPARE(joinedSignalText(out), output);
-        if (crashed) {
-            QCOMPARE(failed.count(), 1);
+        runToEnd(runner, plan);
+        QCOMPARE(joined(out), text);
+        QCOMPARE(failed.count(), exitCode < 0 ? 1 : 0);
+        if (exitCode < 0)
             QCOMPARE(failed.at(0).at(0).value<QProcess::ProcessError>(), QProcess::Crashed);
-        } else {
-            QCOMPARE(failed.count(), 0);
+        else
             QCOMPARE(finished.at(0).at(0).toInt(), exitCode);
-        }
-        if (steps.startsWith("output"))
-            QCOMPARE(readLines(m_output), QStringList({"RESULTS"}));
+        QCOMPARE(readLines(m_output), text.isEmpty() ? QStringList("RESULTS") : QStringList());
     }
 
-    void stopKillsAtOnce()
+    void stopAndCloseEndTheEngine()
     {
-        plan("out running\\n\nsleep 60000\nout never\\n\n");
-        ProcessHandling runner;
-        QSignalSpy out(&runner, &ProcessHandling::did_sendOut);
-        QSignalSpy failed(&runner, &ProcessHandling::did_errorOccur);
-        QSignalSpy finished(&runner, &ProcessHandling::did_finish);
-        QVERIFY(runner.run(engine(), m_script, m_output));
-        QVERIFY(out.wait(kWaitMs));
-        runner.stop();
-        QVERIFY(finished.wait(kWaitMs));
-        QCOMPARE(failed.count(), 1);
-        QCOMPARE(failed.at(0).at(0).value<QProcess::ProcessError>(), QProcess::Crashed);
-        QCOMPARE(runner.process()->exitStatus(), QProcess::CrashExit);
-        QCOMPARE(joinedSignalText(out), QString("running\n"));
-    }
-
-    void programThatCannotStart()
-    {
-        const QString notAProgram = m_dir.filePath(QStringLiteral("not a program"));
-        writeFile(notAProgram, "plain text\n");
-        QFile::setPermissions(notAProgram, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
-        ProcessHandling runner;
-        QSignalSpy failed(&runner, &ProcessHandling::did_errorOccur);
-        QVERIFY(runner.run(notAProgram, m_script, m_output));
-        QVERIFY(failed.count() > 0 || failed.wait(kWaitMs));
-        QCOMPARE(failed.at(0).at(0).value<QProcess::ProcessError>(), QProcess::FailedToStart);
-    }
-
-    void closingDuringARunEndsTheEngine()
-    {
-        plan("out running\\n\nsleep 60000\n");
         auto *runner = new ProcessHandling;
         QSignalSpy out(runner, &ProcessHandling::did_sendOut);
-        QVERIFY(runner->run(engine(), m_script, m_output));
+        QSignalSpy failed(runner, &ProcessHandling::did_errorOccur);
+        QSignalSpy finished(runner, &ProcessHandling::did_finish);
+        const QByteArray waits = "printf running; exec sleep 60";
+        start(*runner, waits);
+        QVERIFY(out.wait(kWaitMs));
+        runner->stop();
+        QVERIFY(finished.wait(kWaitMs));
+        QCOMPARE(failed.count(), 1);
+        QCOMPARE(joined(out), "running");
+        // Closing the document during a run takes its engine with it.
+        start(*runner, waits);
         QVERIFY(out.wait(kWaitMs));
         const qint64 pid = runner->process()->processId();
-        QVERIFY(pid > 0);
         delete runner;
-#ifdef Q_OS_LINUX
-        // The engine is gone, not left running behind a closed document.
         QVERIFY(!QFileInfo::exists(QStringLiteral("/proc/%1").arg(pid)));
-#endif
     }
 
-    // ---- what a script asks of its run ---------------------------------------------------
-
+    // The box column holds "title|text" of the one message box expected, if any.
     void plotRequests_data()
     {
         QTest::addColumn<QString>("script");
-        QTest::addColumn<bool>("autoPlot");
-        QTest::addColumn<int>("answer");
         QTest::addColumn<bool>("plot");
         QTest::addColumn<int>("chains");
-        QTest::addColumn<QString>("boxTitle");
-        QTest::addColumn<QString>("boxText");
-
-        const int ok = QMessageBox::Ok;
-        const int cancel = QMessageBox::Cancel;
-        const QString bygroupError = "The PLOT command is unavaiable with the BYGROUP command.";
-        const QString bygroupQuestion
-            = "The PLOT command is unavaiable with the BYGROUP command.\nContinue without "
-              "plotting?";
-
-        QTest::newRow("upper case plot command") << "DATA: x.dat;\nPLOTS: traceplot;" << false << ok
-                                                 << true << 2 << QString() << QString();
-        QTest::newRow("colon without blank")
-            << "plots:traceplot;" << false << ok << true << 2 << QString() << QString();
-        QTest::newRow("singular command, plural value, tab")
-            << "Plot:\tTRACEPLOTS;" << false << ok << true << 2 << QString() << QString();
-        QTest::newRow("unknown plot keyword stops at it")
-            << "plots: traceplot psr;\nchains: 5;" << false << ok << true << 2 << "Error!"
-            << "Plot keyword not recognized.\nOffending specification: \"psr\"";
-        QTest::newRow("bygroup before plots is an error")
-            << "bygroup: school;\nplots: traceplot;" << false << ok << false << 2 << "Error!"
-            << bygroupError;
-        QTest::newRow("bygroup after plots asks, OK drops plotting")
-            << "plots: traceplot;\nbygroup: school;\nchains: 3;" << false << ok << false << 3
-            << "Warning!" << bygroupQuestion;
-        QTest::newRow("bygroup after plots asks, Cancel stops with plotting on")
-            << "plots: traceplot;\nbygroup: school;\nchains: 3;" << false << cancel << true << 2
-            << "Warning!" << bygroupQuestion;
-        QTest::newRow("bygroup with auto plot on asks too")
-            << "bygroup: school;" << true << ok << false << 2 << "Warning!" << bygroupQuestion;
-        QTest::newRow("bygroup without plotting asks nothing")
-            << "bygroup: school;" << false << ok << false << 2 << QString() << QString();
-        QTest::newRow("chain count")
-            << "chains: 4;" << false << ok << false << 4 << QString() << QString();
-        QTest::newRow("chain count in words reads as zero")
-            << "CHAINS: four;" << false << ok << false << 0 << QString() << QString();
-        QTest::newRow("singular chain command")
-            << "chain:3;" << false << ok << false << 3 << QString() << QString();
-        QTest::newRow("empty chain command keeps two")
-            << "chains:;" << false << ok << false << 2 << QString() << QString();
-        QTest::newRow("psr after a chain count keeps the count")
-            << "chains: 4;\noptions: psr;" << false << ok << false << 4 << QString() << QString();
-        QTest::newRow("plot request inside a comment")
-            << "# plots: traceplot\nDATA: x.dat;" << false << ok << false << 2 << QString()
-            << QString();
-        QTest::newRow("comment after a command")
-            << "DATA: x.dat; # plots: traceplot\nchains: 3;" << false << ok << false << 3
-            << QString() << QString();
-        QTest::newRow("no plot command keeps auto plot")
-            << "DATA: x.dat;\nMODEL: y ~ x;" << true << ok << true << 2 << QString() << QString();
-        QTest::newRow("plot word as a value of another command")
-            << "MODEL: traceplot ~ x;" << false << ok << false << 2 << QString() << QString();
+        QTest::addColumn<QString>("box");
+        QTest::addColumn<bool>("autoPlot");
+        QTest::addColumn<int>("answer");
+        const QString bygroup = "The PLOT command is unavaiable with the BYGROUP command.";
+        const QString ask = "Warning!|" + bygroup + "\nContinue without plotting?";
+        auto row = [](const char *vName, const QString &vScript, bool vPlot, int vChains,
+                      const QString &vBox = {}, bool vAutoPlot = false,
+                      int vAnswer = QMessageBox::Ok) {
+            QTest::newRow(vName) << vScript << vPlot << vChains << vBox << vAutoPlot << vAnswer;
+        };
+        // clang-format off
+        row("upper case plot command", "DATA: x.dat;\nPLOTS: traceplot;", true, 2);
+        row("colon without blank", "plots:traceplot;", true, 2);
+        row("singular command, plural value, tab", "Plot:\tTRACEPLOTS;", true, 2);
+        row("unknown plot keyword stops at it", "plots: traceplot psr;\nchains: 5;", true, 2, "Error!|Plot keyword not recognized.\nOffending specification: \"psr\"");
+        row("bygroup before plots is an error", "bygroup: school;\nplots: traceplot;", false, 2, "Error!|" + bygroup);
+        row("bygroup after plots asks, OK drops plotting", "plots: traceplot;\nbygroup: g;\nchains: 3;", false, 3, ask);
+        row("bygroup after plots asks, Cancel stops with plotting on", "plots: traceplot;\nbygroup: g;\nchains: 3;", true, 2, ask, false, QMessageBox::Cancel);
+        row("bygroup with auto plot on asks too", "bygroup: school;", false, 2, ask, true);
+        row("bygroup without plotting asks nothing", "bygroup: school;", false, 2);
+        row("singular chain command without blank", "chain:3;", false, 3);
+        row("chain count in words reads as zero", "CHAINS: four;", false, 0);
+        row("empty chain command keeps two", "chains:;", false, 2);
+        row("psr after a chain count keeps the count", "chains: 4;\noptions: psr;", false, 4);
+        row("plot request inside a comment", "# plots: traceplot\nDATA: x.dat;", false, 2);
+        row("comment after a command", "DATA: x.dat; # plots: traceplot\nchains: 3;", false, 3);
+        row("no plot command keeps auto plot", "DATA: x.dat;\nMODEL: y ~ x;", true, 2, {}, true);
+        row("plot word as a value of another command", "MODEL: traceplot ~ x;", false, 2);
+        row("engine line does not hide the commands", "#! beta\nchains: 4;\nplots: traceplot;", true, 4);
+        // clang-format on
     }
     void plotRequests()
     {
         QFETCH(QString, script);
-        QFETCH(bool, autoPlot);
-        QFETCH(int, answer);
         QFETCH(bool, plot);
         QFETCH(int, chains);
-        QFETCH(QString, boxTitle);
-        QFETCH(QString, boxText);
-
-        if (script.startsWith(QLatin1String("chains:;")))
+        QFETCH(QString, box);
+        QFETCH(bool, autoPlot);
+        QFETCH(int, answer);
+        if (script.startsWith("chains:;"))
             QTest::ignoreMessage(QtDebugMsg, "Cannot parse chains - setting to 1");
         QWidget document;
         SeenBox seen;
-        PlotRequests requests("/opt/tovrel/tovrel", autoPlot);
+        PlotRequests requests(kConfigured, autoPlot);
         {
             ModalAnswerer answerer(clickBox(QMessageBox::StandardButton(answer), &seen));
             requests.evaluate(script, &document);
         }
         QCOMPARE(requests.plotThisRun(), plot);
         QCOMPARE(requests.requestedChains(), chains);
-        QCOMPARE(requests.enginePath(), QString("/opt/tovrel/tovrel"));
-        QCOMPARE(seen.count, boxTitle.isEmpty() ? 0 : 1);
-        QCOMPARE(seen.title, boxTitle);
-        QCOMPARE(seen.text, boxText);
+        QCOMPARE(seen.count, box.isEmpty() ? 0 : 1);
         if (seen.count) {
+            QCOMPARE(seen.title + '|' + seen.text, box);
             QVERIFY(seen.hadParent);
             QCOMPARE(seen.buttons,
-                     boxTitle == "Error!" ? QMessageBox::StandardButtons(QMessageBox::Ok)
-                                          : QMessageBox::Ok | QMessageBox::Cancel);
+                     seen.title == "Error!" ? QMessageBox::StandardButtons(QMessageBox::Ok)
+                                            : QMessageBox::Ok | QMessageBox::Cancel);
         }
     }
 
+    // STABLE and PREVIEW stand for the release engines' paths, a leading ~/ for the home folder.
     void engineLine_data()
     {
         QTest::addColumn<QString>("script");
         QTest::addColumn<QString>("expected");
-
-        const QString home = QDir::homePath();
-        QTest::newRow("no engine line") << "DATA: x.dat;"
-                                        << "CONFIGURED";
-        QTest::newRow("preview") << "#! preview\nDATA: x.dat;"
-                                 << "PREVIEW";
-        QTest::newRow("beta without blank") << "#!BETA\nDATA: x.dat;"
-                                            << "PREVIEW";
-        QTest::newRow("base") << "#! base\n"
-                              << "STABLE";
-        QTest::newRow("stable, only line") << "#!  Stable  "
-                                           << "STABLE";
-        QTest::newRow("path under home")
-            << "#! ~/engines/tovrel\nDATA: x.dat;" << home + "/engines/tovrel";
-        QTest::newRow("home alone") << "#! ~" << home;
-        QTest::newRow("another user's home is a plain path") << "#! ~ann/tovrel"
-                                                             << "~ann/tovrel";
-        QTest::newRow("absolute path with blanks") << "#! /opt/my engines/tovrel\n"
-                                                   << "/opt/my engines/tovrel";
-        QTest::newRow("colon in the path gains a blank") << "#! C:/engines/tovrel.exe\n"
-                                                         << "C: /engines/tovrel.exe";
-        QTest::newRow("engine line not first") << "DATA: x.dat;\n#! beta\n"
-                                               << "CONFIGURED";
-        QTest::newRow("engine line does not hide the commands")
-            << "#! beta\nchains: 4;\nplots: traceplot;"
-            << "PREVIEW";
+        // clang-format off
+        QTest::newRow("no engine line") << "DATA: x.dat;" << kConfigured;
+        QTest::newRow("preview") << "#! preview\nDATA: x.dat;" << "PREVIEW";
+        QTest::newRow("beta without blank") << "#!BETA\nDATA: x.dat;" << "PREVIEW";
+        QTest::newRow("base") << "#! base\n" << "STABLE";
+        QTest::newRow("stable, only line") << "#!  Stable  " << "STABLE";
+        QTest::newRow("path under home") << "#! ~/engines/tovrel\nDATA: x.dat;" << "~/engines/tovrel";
+        QTest::newRow("home alone") << "#! ~" << "~/";
+        QTest::newRow("another user's home is a plain path") << "#! ~ann/tovrel" << "~ann/tovrel";
+        QTest::newRow("absolute path with blanks") << "#! /opt/my engines/tovrel\n" << "/opt/my engines/tovrel";
+        QTest::newRow("colon in the path gains a blank") << "#! C:/engines/tovrel.exe\n" << "C: /engines/tovrel.exe";
+        QTest::newRow("engine line not first") << "DATA: x.dat;\n#! beta\n" << kConfigured;
+        // clang-format on
     }
     void engineLine()
     {
         QFETCH(QString, script);
         QFETCH(QString, expected);
-
-        if (expected == "CONFIGURED")
-            expected = "/opt/tovrel/tovrel";
-        else if (expected == "STABLE")
+        if (expected == "STABLE")
             expected = CSettings::stableEnginePath();
         else if (expected == "PREVIEW")
             expected = CSettings::previewEnginePath();
-        PlotRequests requests("/opt/tovrel/tovrel", false);
+        else if (expected.startsWith("~/"))
+            expected = QDir::homePath() + expected.mid(1).chopped(expected == "~/" ? 1 : 0);
+        PlotRequests requests(kConfigured, false);
         requests.evaluate(script, nullptr);
         QCOMPARE(requests.enginePath(), expected);
-        if (script.contains("chains: 4")) {
-            QCOMPARE(requests.requestedChains(), 4);
-            QVERIFY(requests.plotThisRun());
-        }
     }
 };
 
