@@ -3,9 +3,38 @@
 #include "harness.h"
 #include "text.h"
 
-ChildProcess::Result EngineRun::run(const std::vector<std::string> &arguments)
+#include <cstdlib>
+#include <sys/wait.h>
+
+namespace {
+
+// Single quotes keep blanks and other shell characters inside one argument.
+std::string quoted(const std::string &text)
 {
-    return ChildProcess::run(TOVREL_DEMO_BINARY, arguments);
+    std::string result = "'";
+    for (char c : text)
+        result += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return result + "'";
+}
+
+std::string unquoted(const std::string &field)
+{
+    return field.size() >= 2 && field.front() == '"' ? field.substr(1, field.size() - 2) : field;
+}
+
+} // namespace
+
+EngineRun::Result EngineRun::run(const std::vector<std::string> &arguments)
+{
+    harness::TempFolder capture;
+    std::string command = quoted(TOVREL_DEMO_BINARY);
+    for (const auto &argument : arguments)
+        command += " " + quoted(argument);
+    command += " >" + quoted((capture / "out").string()) + " 2>"
+        + quoted((capture / "err").string()) + " </dev/null";
+    const int status = std::system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, harness::readFile(capture / "out"),
+            harness::readFile(capture / "err")};
 }
 
 std::vector<EngineRun::Estimate> EngineRun::estimates(const std::filesystem::path &csv)
@@ -13,29 +42,27 @@ std::vector<EngineRun::Estimate> EngineRun::estimates(const std::filesystem::pat
     std::vector<Estimate> result;
     const auto rows = harness::lines(harness::readFile(csv));
     for (std::size_t i = 1; i < rows.size(); ++i) {
-        std::vector<std::string> fields = Text::tokens(rows[i], ",");
+        const std::vector<std::string> fields = Text::tokens(rows[i], ",");
         if (fields.size() != 10)
             continue;
-        for (auto &field : fields)
-            if (field.size() >= 2 && field.front() == '"')
-                field = field.substr(1, field.size() - 2);
         Estimate e;
-        e.type = fields[1];
-        e.argument = fields[2];
+        e.type = unquoted(fields[1]);
+        e.argument = unquoted(fields[2]);
         double *numbers[]
             = {&e.mean, &e.median, &e.sd, &e.lower, &e.upper, &e.psr, &e.effectiveSize};
-        for (int k = 0; k < 7; ++k)
-            Text::parseNumber(fields[static_cast<std::size_t>(k) + 3], *numbers[k]);
+        for (std::size_t k = 0; k < 7; ++k)
+            Text::parseNumber(fields[k + 3], *numbers[k]);
         result.push_back(e);
     }
     return result;
 }
 
-const EngineRun::Estimate *EngineRun::find(const std::vector<Estimate> &all,
-                                           const std::string &type, const std::string &argument)
+EngineRun::Estimate EngineRun::find(const std::vector<Estimate> &all, const std::string &type,
+                                    const std::string &argument)
 {
     for (const auto &e : all)
         if (e.type == type && e.argument == argument)
-            return &e;
-    return nullptr;
+            return e;
+    harness::fail(__FILE__, __LINE__, "no estimate " + type + " " + argument);
+    return {};
 }

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <random>
@@ -41,7 +40,7 @@ void fail(const char *file, int line, const std::string &message)
               << (rowName.empty() ? "" : "[" + rowName + "] ") << message << std::endl;
 }
 
-Row::Row(std::string name)
+Row::Row(const std::string &name)
     : previous(rowName)
 {
     rowName = previous.empty() ? name : previous + " / " + name;
@@ -54,9 +53,9 @@ Row::~Row()
 
 TempFolder::TempFolder()
 {
+    // Suites run as parallel processes: the clock and a random number keep their folders apart.
     static std::atomic<int> counter {0};
     const auto stamp = std::chrono::steady_clock::now().time_since_epoch().count();
-    // Suites run as parallel processes: the clock and a random number keep their folders apart.
     folder = std::filesystem::temp_directory_path()
         / ("tovrel-demo-test-" + std::to_string(stamp) + "-"
            + std::to_string(std::random_device {}()) + "-" + std::to_string(counter++));
@@ -71,8 +70,7 @@ TempFolder::~TempFolder()
 
 void TempFolder::write(const std::string &name, const std::string &content) const
 {
-    std::ofstream out(folder / name, std::ios::binary);
-    out << content;
+    std::ofstream(folder / name, std::ios::binary) << content;
 }
 
 std::string readFile(const std::filesystem::path &path)
@@ -87,8 +85,7 @@ std::vector<std::string> lines(const std::string &text)
 {
     std::vector<std::string> result;
     std::istringstream in(text);
-    std::string line;
-    while (std::getline(in, line))
+    for (std::string line; std::getline(in, line);)
         result.push_back(line);
     return result;
 }
@@ -104,15 +101,16 @@ int main(int argc, char **argv)
         if (!only.empty() && test.suite != only)
             continue;
         const int before = harness::failures;
-        test.body();
+        try {
+            test.body();
+        } catch (const std::exception &error) {
+            harness::fail(__FILE__, __LINE__, std::string("unexpected exception: ") + error.what());
+        }
         ++ran;
         std::cout << (harness::failures == before ? "PASS " : "FAIL ") << test.suite << "."
                   << test.name << std::endl;
     }
-    if (ran == 0) {
-        std::cerr << "FAIL: no test matches \"" << only << "\"" << std::endl;
-        return 1;
-    }
-    std::cout << ran << " tests, " << harness::failures << " failed checks" << std::endl;
-    return harness::failures == 0 ? 0 : 1;
+    std::cout << ran << " tests matching \"" << only << "\", " << harness::failures
+              << " failed checks" << std::endl;
+    return ran > 0 && harness::failures == 0 ? 0 : 1;
 }

@@ -1,9 +1,8 @@
 #pragma once
 
-// A minimal test harness: plain C++, no dependencies, so the engine's tests never pull in Qt.
-// Tests register themselves by suite; checks record a failure and carry on; data-driven tests
-// label each row with a Row so a failure names the case. The process exits non-zero on any
-// failure, or when the suite filter matches no test.
+// A minimal test harness in plain C++, so the engine's tests never pull in Qt. Tests register by
+// suite; a failed check is reported and the test carries on; a Row names the current case of a
+// data-driven test. The process exits non-zero on any failure, or when no test matches.
 
 #include <cmath>
 #include <filesystem>
@@ -21,11 +20,11 @@ struct Registrar
 
 void fail(const char *file, int line, const std::string &message);
 
-// Names the current case of a data-driven test in failure messages while it lives.
+// Names the current case in failure messages while it lives.
 class Row
 {
 public:
-    explicit Row(std::string name);
+    explicit Row(const std::string &name);
     ~Row();
     Row(const Row &) = delete;
     Row &operator=(const Row &) = delete;
@@ -61,6 +60,24 @@ std::string show(const T &value)
     return out.str();
 }
 
+// Functions rather than macro bodies, so each operand is evaluated exactly once.
+template<typename A, typename E>
+void checkEqual(const char *file, int line, const char *text, const A &actual, const E &expected)
+{
+    if (!(actual == expected))
+        fail(file, line,
+             std::string(text) + ": got " + show(actual) + ", expected " + show(expected));
+}
+
+inline void checkNear(const char *file, int line, const char *text, double actual, double expected,
+                      double tolerance)
+{
+    if (!(std::fabs(actual - expected) <= tolerance))
+        fail(file, line,
+             std::string(text) + ": got " + show(actual) + ", expected " + show(expected)
+                 + " within " + show(tolerance));
+}
+
 } // namespace harness
 
 #define DEMO_TEST(suite, name) \
@@ -68,37 +85,12 @@ std::string show(const T &value)
     static const harness::Registrar suite##_##name##_registrar(#suite, #name, suite##_##name); \
     static void suite##_##name()
 
-#define CHECK(condition) \
-    do { \
-        if (!(condition)) \
-            harness::fail(__FILE__, __LINE__, "CHECK(" #condition ")"); \
-    } while (0)
-
 #define CHECK_MSG(condition, message) \
-    do { \
-        if (!(condition)) \
-            harness::fail(__FILE__, __LINE__, std::string("CHECK(" #condition "): ") + (message)); \
-    } while (0)
-
+    ((condition) \
+         ? void() \
+         : harness::fail(__FILE__, __LINE__, std::string("CHECK(" #condition ") ") + (message)))
+#define CHECK(condition) CHECK_MSG(condition, "")
 #define CHECK_EQ(actual, expected) \
-    do { \
-        const auto &actualValue = (actual); \
-        const auto &expectedValue = (expected); \
-        if (!(actualValue == expectedValue)) \
-            harness::fail(__FILE__, __LINE__, \
-                          std::string(#actual " == " #expected ": got ") \
-                              + harness::show(actualValue) + ", expected " \
-                              + harness::show(expectedValue)); \
-    } while (0)
-
+    harness::checkEqual(__FILE__, __LINE__, #actual " == " #expected, actual, expected)
 #define CHECK_NEAR(actual, expected, tolerance) \
-    do { \
-        const double actualValue = (actual); \
-        const double expectedValue = (expected); \
-        if (!(std::fabs(actualValue - expectedValue) <= (tolerance))) \
-            harness::fail(__FILE__, __LINE__, \
-                          std::string(#actual " near " #expected ": got ") \
-                              + harness::show(actualValue) + ", expected " \
-                              + harness::show(expectedValue) + " within " \
-                              + harness::show(tolerance)); \
-    } while (0)
+    harness::checkNear(__FILE__, __LINE__, #actual " near " #expected, actual, expected, tolerance)

@@ -3,6 +3,7 @@
 #include "matrix.h"
 #include "random.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <fstream>
@@ -37,24 +38,19 @@ SimData SimData::make(const Settings &settings)
     return data;
 }
 
+std::string SimData::written(double value)
+{
+    char buffer[64];
+    std::snprintf(buffer, sizeof buffer, "%.4f", value);
+    return buffer;
+}
+
 void SimData::write(const std::filesystem::path &path, const std::string &missingCode) const
 {
     std::ofstream out(path, std::ios::binary);
-    char buffer[64];
-    for (std::size_t r = 0; r < nRows; ++r) {
-        std::string line;
-        for (std::size_t c = 0; c < nColumns; ++c) {
-            if (c > 0)
-                line += ' ';
-            if (isMissing(r, c)) {
-                line += missingCode;
-            } else {
-                std::snprintf(buffer, sizeof buffer, "%.4f", value(r, c));
-                line += buffer;
-            }
-        }
-        out << line << '\n';
-    }
+    for (std::size_t i = 0; i < cells.size(); ++i)
+        out << (missing[i] ? missingCode : written(cells[i]))
+            << ((i + 1) % nColumns == 0 ? '\n' : ' ');
     if (!out)
         throw std::runtime_error("cannot write " + path.string());
 }
@@ -65,21 +61,14 @@ std::vector<double> SimData::leastSquares() const
     Matrix xx(q, q);
     std::vector<double> xy(q, 0.0);
     for (std::size_t r = 0; r < nRows; ++r) {
-        bool complete = true;
-        for (std::size_t c = 0; c < nColumns; ++c)
-            complete = complete && !isMissing(r, c);
-        if (!complete)
+        const auto first = missing.begin() + static_cast<std::ptrdiff_t>(r * q);
+        if (std::any_of(first, first + static_cast<std::ptrdiff_t>(q), [](char m) { return m; }))
             continue;
-        // Round as written, so the fit is to exactly the numbers the engine reads.
-        std::vector<double> z(q);
-        z[0] = 1.0;
-        char buffer[64];
-        for (std::size_t c = 1; c < q; ++c) {
-            std::snprintf(buffer, sizeof buffer, "%.4f", value(r, c));
-            z[c] = std::strtod(buffer, nullptr);
-        }
-        std::snprintf(buffer, sizeof buffer, "%.4f", value(r, 0));
-        const double y = std::strtod(buffer, nullptr);
+        // The numbers as written, so the fit is to exactly what the engine reads.
+        std::vector<double> z {1.0};
+        for (std::size_t c = 1; c < q; ++c)
+            z.push_back(std::stod(written(cells[r * q + c])));
+        const double y = std::stod(written(cells[r * q]));
         for (std::size_t j = 0; j < q; ++j) {
             for (std::size_t k = 0; k < q; ++k)
                 xx(j, k) += z[j] * z[k];

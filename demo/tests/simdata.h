@@ -23,23 +23,16 @@ public:
 
     static SimData make(const Settings &settings);
 
-    std::size_t rows() const { return nRows; }
     std::size_t columns() const { return nColumns; }
-    double value(std::size_t row, std::size_t column) const
-    {
-        return cells[row * nColumns + column];
-    }
-    bool isMissing(std::size_t row, std::size_t column) const
-    {
-        return missing[row * nColumns + column] != 0;
-    }
-
     // Writes the data with the missing values replaced by the code, blank-separated.
     void write(const std::filesystem::path &path, const std::string &missingCode) const;
-    // Ordinary least squares on the rows with every value observed: intercept then slopes.
+    // Ordinary least squares on the complete rows as written: intercept then slopes.
     std::vector<double> leastSquares() const;
 
 private:
+    // A value as the data file shows it.
+    static std::string written(double value);
+
     std::size_t nRows = 0;
     std::size_t nColumns = 0;
     std::vector<double> cells;
