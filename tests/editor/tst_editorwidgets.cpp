@@ -74,6 +74,19 @@ QLineEdit *field(QWidget *vParent, const QString &vName)
     return child<QLineEdit>(vParent, vName);
 }
 
+// Tables of edits: the text and selection before, what is done, then the text and selection after.
+void addEditColumns()
+{
+    QTest::addColumn<QString>("before");
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<QString>("after");
+}
+
+void editRow(const char *vName, const char *vBefore, const char *vAction, const char *vAfter)
+{
+    QTest::newRow(vName) << vBefore << vAction << vAfter;
+}
+
 // An editor with its find bar under it, as a document window holds them; replacing with "Q".
 struct FinderWindow
 {
@@ -99,16 +112,11 @@ class TestEditorWidgets : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // The text and selection before, a slot or a key, then the text and selection after.
+    // A slot by name or a key sequence.
     void editorCommands_data()
     {
-        QTest::addColumn<QString>("before");
-        QTest::addColumn<QString>("action");
-        QTest::addColumn<QString>("after");
-        const auto row
-            = [](const char *vName, const char *vBefore, const char *vAction, const char *vAfter) {
-                  QTest::newRow(vName) << vBefore << vAction << vAfter;
-              };
+        addEditColumns();
+        const auto row = editRow;
         row("select line and its break", "ab\nc|d\nef", "selectLine", "ab\n[cd\n|ef");
         row("select the last line", "ab\nc|d", "selectLine", "ab\n[cd|");
         row("select lines up to the end", "a[b\ncd\ne|f", "selectLine", "[ab\ncd\nef|");
@@ -270,17 +278,11 @@ private Q_SLOTS:
         QCOMPARE(markedText(*f.editor), QString("|DATA: abc;\nMODEL: ab ~ AB;"));
     }
 
-    // Searching "ab" in any letter case: the text and selection before, a button, a shortcut or
-    // Return in a field, then the text and selection after.
+    // Searching "ab" in any letter case: a button, a shortcut, or Return in a field.
     void finderActions_data()
     {
-        QTest::addColumn<QString>("before");
-        QTest::addColumn<QString>("action");
-        QTest::addColumn<QString>("after");
-        const auto row
-            = [](const char *vName, const char *vBefore, const char *vAction, const char *vAfter) {
-                  QTest::newRow(vName) << vBefore << vAction << vAfter;
-              };
+        addEditColumns();
+        const auto row = editRow;
         row("find-next", "|xy Ab aB", "tbFindNext", "xy [Ab| aB");
         row("find-next stops at the last match", "xy Ab [aB|", "tbFindNext", "xy Ab [aB|");
         row("find-previous stops at the first match", "xy [Ab| aB", "tbFindPrev", "xy [Ab| aB");
