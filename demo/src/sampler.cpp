@@ -16,9 +16,7 @@ Sampler::Sampler(const ModelData &data, std::uint64_t seed, unsigned chain, unsi
     work.resize(model.patterns().size());
     for (std::size_t g = 0; g < work.size(); ++g) {
         const ModelData::Pattern &pattern = model.patterns()[g];
-        std::vector<int> missing = pattern.missing;
-        if (pattern.outcomeMissing)
-            missing.push_back(static_cast<int>(d - 1));
+        const std::vector<int> missing = missingColumns(pattern);
         std::vector<bool> isMissing(d, false);
         for (int j : missing)
             isMissing[static_cast<std::size_t>(j)] = true;
@@ -32,9 +30,12 @@ Sampler::Sampler(const ModelData &data, std::uint64_t seed, unsigned chain, unsi
     history.reserve(1024);
 }
 
-std::size_t Sampler::parameterCount(std::size_t predictors)
+std::vector<int> Sampler::missingColumns(const ModelData::Pattern &pattern) const
 {
-    return predictors + 2 + (predictors > 0 ? predictors + 1 : 0);
+    std::vector<int> missing = pattern.missing;
+    if (pattern.outcomeMissing)
+        missing.push_back(static_cast<int>(d - 1));
+    return missing;
 }
 
 void Sampler::keepImputationsAt(std::vector<long> iterations)
@@ -51,9 +52,7 @@ void Sampler::disperseStart(unsigned chain, unsigned chains)
 {
     const double spread = chains > 1 ? 2.0 * (2.0 * chain / (chains - 1.0) - 1.0) : 0.0;
     for (const ModelData::Pattern &pattern : model.patterns()) {
-        std::vector<int> missing = pattern.missing;
-        if (pattern.outcomeMissing)
-            missing.push_back(static_cast<int>(d - 1));
+        const std::vector<int> missing = missingColumns(pattern);
         for (std::size_t r = pattern.first; r < pattern.first + pattern.count; ++r)
             for (int j : missing)
                 values[ModelData::at(pattern, d, r, static_cast<std::size_t>(j))]
@@ -338,11 +337,11 @@ void Sampler::keepIfWanted()
     std::vector<double> cells;
     for (const ModelData::Pattern &pattern : model.patterns())
         for (std::size_t r = pattern.first; r < pattern.first + pattern.count; ++r) {
-            for (int j : pattern.missing)
-                cells.push_back(model.toOriginal(static_cast<std::size_t>(j),
-                                                 values[r * d + static_cast<std::size_t>(j)]));
-            if (pattern.outcomeMissing)
-                cells.push_back(model.toOriginal(d - 1, values[r * d + d - 1]));
+            for (int j : missingColumns(pattern)) {
+                const std::size_t column = static_cast<std::size_t>(j);
+                cells.push_back(
+                    model.toOriginal(column, values[ModelData::at(pattern, d, r, column)]));
+            }
         }
     kept.push_back(std::move(cells));
 }

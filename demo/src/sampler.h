@@ -18,17 +18,13 @@ class Sampler
 public:
     Sampler(const ModelData &data, std::uint64_t seed, unsigned chain, unsigned chains);
 
-    // Parameters per iteration: intercept, slopes, residual variance, then (with predictors)
-    // standardized slopes and R2.
-    static std::size_t parameterCount(std::size_t predictors);
-
     // Runs on until `iteration` iterations are done. False on a numerical breakdown; error() says
     // why. Safe to call from a worker thread: a chain touches only its own state.
     bool runTo(long iteration);
     long done() const { return iterationsDone; }
     const std::string &error() const { return failure; }
 
-    // done() x parameterCount() values in the user's units, iteration after iteration.
+    // done() x ParameterList::size() values in the user's units, iteration after iteration.
     const std::vector<double> &draws() const { return history; }
 
     // Iterations (1-based, ascending) after which the imputed values are kept.
@@ -47,6 +43,8 @@ private:
         std::vector<std::pair<int, int>> pairs; // cross-product cells that involve missing values
     };
 
+    // The z indices of a pattern's missing values, the outcome's last.
+    std::vector<int> missingColumns(const ModelData::Pattern &pattern) const;
     void disperseStart(unsigned chain, unsigned chains);
     bool drawPredictorModel();
     bool drawRegression();

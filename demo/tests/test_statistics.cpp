@@ -3,6 +3,7 @@
 #include "enginerun.h"
 #include "harness.h"
 #include "simdata.h"
+#include "text.h"
 
 #include <algorithm>
 
@@ -11,6 +12,8 @@ namespace {
 struct Fit
 {
     std::string out;
+    std::string data; // as written, and its first imputed copy when one is saved
+    std::string imputed;
     std::vector<EngineRun::Estimate> estimates;
     double highestPsr = 0.0;
 
@@ -33,7 +36,8 @@ Fit fit(const SimData &data, const std::string &settings)
                      + predictors + ";\nSAVE: estimates = est.csv;\n" + settings);
     const auto result = EngineRun::run({(folder / "s.imp").string()});
     CHECK_EQ(result.exitCode, 0);
-    Fit fit {result.out, EngineRun::estimates(folder / "est.csv")};
+    Fit fit {result.out, harness::readFile(folder / "d.dat"),
+             harness::readFile(folder / "imp1.dat"), EngineRun::estimates(folder / "est.csv")};
     for (const auto &e : fit.estimates)
         fit.highestPsr = std::max(fit.highestPsr, e.psr);
     return fit;
@@ -98,6 +102,32 @@ DEMO_TEST(statistics, intervalsCoverTheTruthWithThirtyPercentMissing)
     // Imputing predictors without regard to the outcome would shrink the slopes by about a
     // fifth here; the average relative error must stay small.
     CHECK_NEAR(slopeBias, 0.0, 0.06);
+}
+
+DEMO_TEST(statistics, imputedOutcomesFollowTheRegression)
+{
+    // Each missing outcome is drawn from the regression on its own row's (possibly imputed)
+    // predictors, so its residual from the true line has about the residual variance, 1.
+    const std::vector<double> truth {1.0, 0.8, -0.6};
+    const Fit result = fit(simulate(300, truth, 0.5, 0.3, 41),
+                           "SEED: 2;\nNIMPS: 1;\nSAVE: imputations = imp*.dat;\n");
+    const auto original = harness::lines(result.data), imputed = harness::lines(result.imputed);
+    CHECK_EQ(imputed.size(), original.size());
+    double squares = 0.0;
+    int count = 0;
+    for (std::size_t r = 0; r < original.size() && r < imputed.size(); ++r) {
+        const auto fields = Text::tokens(imputed[r], " ");
+        double row[3] = {};
+        for (std::size_t c = 0; c < 3 && fields.size() == 3; ++c)
+            Text::parseNumber(fields[c], row[c]);
+        if (original[r].rfind("999 ", 0) != 0)
+            continue;
+        const double residual = row[0] - (truth[0] + truth[1] * row[1] + truth[2] * row[2]);
+        squares += residual * residual;
+        ++count;
+    }
+    CHECK(count > 50);
+    CHECK_NEAR(squares / count, 1.0, 0.4);
 }
 
 DEMO_TEST(statistics, psrNearOneForLongRunsAndLargeForShortOnes)
