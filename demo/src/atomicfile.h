@@ -18,7 +18,6 @@ public:
     bool open(std::string &error);
     std::ostream &stream() { return out; }
     bool commit(std::string &error);
-    const std::filesystem::path &target() const { return finalPath; }
 
 private:
     std::filesystem::path finalPath;

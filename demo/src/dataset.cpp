@@ -62,7 +62,6 @@ DataSet DataSet::parse(const std::string &content, const std::string &name,
             data.values.push_back(missing ? std::numeric_limits<double>::quiet_NaN() : value);
             data.texts.push_back(field);
         }
-        data.lines.push_back(lineNumber);
         ++data.nRows;
     }
     if (data.nRows == 0)

@@ -27,12 +27,10 @@ public:
     {
         return texts[row * nColumns + column];
     }
-    int lineOf(std::size_t row) const { return lines[row]; }
 
 private:
     std::size_t nRows = 0;
     std::size_t nColumns = 0;
     std::vector<double> values; // NaN marks a missing value
     std::vector<std::string> texts;
-    std::vector<int> lines;
 };

@@ -38,23 +38,6 @@ void fft(std::vector<Complex> &a, bool inverse)
     }
 }
 
-double mean(const std::vector<double> &values)
-{
-    double sum = 0.0;
-    for (double v : values)
-        sum += v;
-    return sum / static_cast<double>(values.size());
-}
-
-double sampleVariance(const std::vector<double> &values)
-{
-    const double m = mean(values);
-    double sum = 0.0;
-    for (double v : values)
-        sum += (v - m) * (v - m);
-    return sum / static_cast<double>(values.size() - 1);
-}
-
 // Within-sequence mean variance W and the pooled estimate of the posterior variance.
 void varianceParts(const Diagnostics::Sequences &sequences, double &within, double &pooled)
 {
@@ -62,11 +45,11 @@ void varianceParts(const Diagnostics::Sequences &sequences, double &within, doub
     std::vector<double> means;
     within = 0.0;
     for (const auto &s : sequences) {
-        means.push_back(mean(s));
-        within += sampleVariance(s);
+        means.push_back(Diagnostics::mean(s));
+        within += Diagnostics::variance(s);
     }
     within /= static_cast<double>(sequences.size());
-    const double between = sequences.size() > 1 ? sampleVariance(means) : 0.0;
+    const double between = sequences.size() > 1 ? Diagnostics::variance(means) : 0.0;
     pooled = (n - 1.0) / n * within + between;
 }
 
@@ -133,6 +116,23 @@ double Diagnostics::effectiveSize(const Sequences &sequences)
     }
     const double tau = std::max(-1.0 + 2.0 * sum, 1.0 / std::log10(std::max(10.0, total)));
     return total / tau;
+}
+
+double Diagnostics::mean(const std::vector<double> &values)
+{
+    double sum = 0.0;
+    for (double v : values)
+        sum += v;
+    return sum / static_cast<double>(values.size());
+}
+
+double Diagnostics::variance(const std::vector<double> &values)
+{
+    const double m = mean(values);
+    double sum = 0.0;
+    for (double v : values)
+        sum += (v - m) * (v - m);
+    return sum / static_cast<double>(values.size() - 1);
 }
 
 double Diagnostics::quantile(const std::vector<double> &sorted, double probability)

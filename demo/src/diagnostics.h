@@ -20,6 +20,10 @@ public:
     // a pair turns negative (Geyer's initial monotone sequence), across all sequences.
     static double effectiveSize(const Sequences &sequences);
 
+    static double mean(const std::vector<double> &values);
+    // The unbiased estimate, dividing by n - 1.
+    static double variance(const std::vector<double> &values);
+
     // Quantile of sorted values with linear interpolation between order statistics.
     static double quantile(const std::vector<double> &sorted, double probability);
 

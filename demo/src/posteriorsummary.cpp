@@ -35,15 +35,8 @@ std::vector<PosteriorSummary::Estimate> PosteriorSummary::estimates(std::size_t 
             pooled.insert(pooled.end(), chain.begin() + static_cast<std::ptrdiff_t>(from),
                           chain.begin() + static_cast<std::ptrdiff_t>(to));
         Estimate e;
-        double sum = 0.0;
-        for (double v : pooled)
-            sum += v;
-        e.mean = sum / static_cast<double>(pooled.size());
-        double squares = 0.0;
-        for (double v : pooled)
-            squares += (v - e.mean) * (v - e.mean);
-        e.sd
-            = pooled.size() > 1 ? std::sqrt(squares / static_cast<double>(pooled.size() - 1)) : 0.0;
+        e.mean = Diagnostics::mean(pooled);
+        e.sd = pooled.size() > 1 ? std::sqrt(Diagnostics::variance(pooled)) : 0.0;
         std::sort(pooled.begin(), pooled.end());
         e.median = Diagnostics::quantile(pooled, 0.5);
         e.lower = Diagnostics::quantile(pooled, 0.025);

@@ -1,9 +1,25 @@
 #include "text.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
+
+namespace {
+
+// The whole text as one number of type T; a leading "+" is allowed, as users write it.
+template<typename T>
+bool parseWhole(std::string_view text, T &value)
+{
+    if (!text.empty() && text[0] == '+')
+        text.remove_prefix(1);
+    const auto end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, value);
+    return !text.empty() && result.ec == std::errc() && result.ptr == end;
+}
+
+} // namespace
 
 std::string Text::trim(std::string_view text)
 {
@@ -72,52 +88,31 @@ bool Text::isName(std::string_view text)
 
 bool Text::parseInteger(std::string_view text, long long &value)
 {
-    if (!text.empty() && text[0] == '+')
-        text.remove_prefix(1);
-    const auto end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, value);
-    return !text.empty() && result.ec == std::errc() && result.ptr == end;
+    return parseWhole(text, value);
 }
 
 bool Text::parseUnsigned(std::string_view text, unsigned long long &value)
 {
-    if (!text.empty() && text[0] == '+')
-        text.remove_prefix(1);
-    const auto end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, value);
-    return !text.empty() && result.ec == std::errc() && result.ptr == end;
+    return parseWhole(text, value);
 }
 
 bool Text::parseNumber(std::string_view text, double &value)
 {
-    if (!text.empty() && text[0] == '+')
-        text.remove_prefix(1);
-    const auto end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, value);
-    return !text.empty() && result.ec == std::errc() && result.ptr == end && std::isfinite(value);
+    return parseWhole(text, value) && std::isfinite(value);
 }
 
 std::string Text::format(const char *pattern, ...)
 {
-    char buffer[256];
     va_list args;
     va_start(args, pattern);
     va_list copy;
     va_copy(copy, args);
-    const int needed = std::vsnprintf(buffer, sizeof buffer, pattern, args);
+    const int needed = std::vsnprintf(nullptr, 0, pattern, args);
     va_end(args);
-    std::string result;
-    if (needed < 0) {
-        va_end(copy);
-        return result;
-    }
-    if (static_cast<std::size_t>(needed) < sizeof buffer) {
-        result.assign(buffer, static_cast<std::size_t>(needed));
-    } else {
-        result.resize(static_cast<std::size_t>(needed) + 1);
-        std::vsnprintf(result.data(), result.size(), pattern, copy);
-        result.resize(static_cast<std::size_t>(needed));
-    }
+    std::string result(static_cast<std::size_t>(std::max(needed, 0)), '\0');
+    // The terminating NUL goes into the string's own terminator.
+    if (needed > 0)
+        std::vsnprintf(result.data(), result.size() + 1, pattern, copy);
     va_end(copy);
     return result;
 }
