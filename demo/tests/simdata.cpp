@@ -9,6 +9,18 @@
 #include <fstream>
 #include <stdexcept>
 
+SimData::Settings SimData::slowlyMixing()
+{
+    Settings slow;
+    slow.coefficients = {2.0, 1.0, 1.0};
+    slow.residualSd = 0.5;
+    slow.correlation = 0.95;
+    slow.outcomeMissing = 0.4;
+    slow.predictorMissing = 0.7;
+    slow.seed = 11;
+    return slow;
+}
+
 SimData SimData::make(const Settings &settings)
 {
     const std::size_t p = settings.coefficients.size() - 1;

@@ -21,6 +21,9 @@ public:
         std::uint64_t seed = 1;
     };
 
+    // Highly correlated predictors with most values missing: the sampler needs many iterations
+    // to forget its dispersed starting values, which the PSR makes visible.
+    static Settings slowlyMixing();
     static SimData make(const Settings &settings);
 
     std::size_t columns() const { return nColumns; }

@@ -132,16 +132,8 @@ DEMO_TEST(statistics, imputedOutcomesFollowTheRegression)
 
 DEMO_TEST(statistics, psrNearOneForLongRunsAndLargeForShortOnes)
 {
-    // Strongly correlated predictors, mostly missing: the chains start far apart and take many
-    // iterations to meet.
-    SimData::Settings settings;
-    settings.coefficients = {2.0, 1.0, 1.0};
-    settings.residualSd = 0.5;
-    settings.correlation = 0.95;
-    settings.outcomeMissing = 0.4;
-    settings.predictorMissing = 0.7;
-    settings.seed = 11;
-    const SimData data = SimData::make(settings);
+    // The data of the PSR examples: the chains start far apart and take many iterations to meet.
+    const SimData data = SimData::make(SimData::slowlyMixing());
     const std::string warning = "the chains may not have converged";
 
     const Fit shortRun = fit(data, "SEED: 4;\nBURN: 10;\nITERATIONS: 10;\n");

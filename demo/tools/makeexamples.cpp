@@ -48,17 +48,7 @@ int main(int argc, char **argv)
     imputation.seed = 24;
     make(root / "2.4-Multiple Imputation" / "incomplete.dat", imputation);
 
-    // Highly correlated predictors with most values missing: the sampler needs many
-    // iterations to forget its dispersed starting values, which the PSR makes visible.
-    SimData::Settings slow;
-    slow.rows = 200;
-    slow.coefficients = {2.0, 1.0, 1.0};
-    slow.residualSd = 0.5;
-    slow.correlation = 0.95;
-    slow.outcomeMissing = 0.4;
-    slow.predictorMissing = 0.7;
-    slow.seed = 11;
-    make(root / "1.1-Potential Scale Reduction" / "slow.dat", slow);
-    make(root / "1.2-Longer Burn-In" / "slow.dat", slow);
+    make(root / "1.1-Potential Scale Reduction" / "slow.dat", SimData::slowlyMixing());
+    make(root / "1.2-Longer Burn-In" / "slow.dat", SimData::slowlyMixing());
     return 0;
 }
