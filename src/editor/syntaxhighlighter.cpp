@@ -42,9 +42,11 @@ QRegularExpression compiled(const QString &vPattern, QRegularExpression::Pattern
     return pattern;
 }
 
-QColor colour(const QVariantMap &vColours, const QString &vName)
+QTextCharFormat charFormat(const QVariantMap &vColours, const QString &vName)
 {
-    return vColours.value(vName).value<QColor>();
+    QTextCharFormat format;
+    format.setForeground(vColours.value(vName).value<QColor>());
+    return format;
 }
 } // namespace
 
@@ -72,15 +74,21 @@ void SyntaxHighlighter::useDarkColours()
     useColours(CSettings::instance().highlightColorsDark(), QColor(Qt::darkGray));
 }
 
+// The formats depend on the colours alone, so they are made here rather than with every rebuild.
 void SyntaxHighlighter::useColours(const QVariantMap &vColours, const QColor &vSpecialComment)
 {
-    m_numberColour = colour(vColours, QStringLiteral("number"));
-    m_functionColour = colour(vColours, QStringLiteral("function"));
-    m_commentColour = colour(vColours, QStringLiteral("comment"));
-    m_quotesColour = colour(vColours, QStringLiteral("quotes"));
-    m_operatorColour = colour(vColours, QStringLiteral("operator"));
-    m_constantColour = colour(vColours, QStringLiteral("constant"));
-    m_specialCommentColour = vSpecialComment;
+    m_numberFormat = charFormat(vColours, QStringLiteral("number"));
+    m_operatorFormat = charFormat(vColours, QStringLiteral("operator"));
+    m_quotesFormat = charFormat(vColours, QStringLiteral("quotes"));
+    m_commentFormat = charFormat(vColours, QStringLiteral("comment"));
+    m_headingFormat = charFormat(vColours, QStringLiteral("constant"));
+    m_headingFormat.setFontItalic(true);
+    m_keywordFormat = charFormat(vColours, QStringLiteral("function"));
+    m_keywordFormat.setFontWeight(QFont::Bold);
+    m_specialCommentFormat = QTextCharFormat();
+    m_specialCommentFormat.setForeground(vSpecialComment);
+    m_specialCommentFormat.setFontWeight(QFont::Bold);
+    m_specialCommentFormat.setFontItalic(true);
     setupHighlighter();
 }
 
@@ -101,39 +109,10 @@ void SyntaxHighlighter::applySettings()
     rehighlightDocument();
 }
 
-void SyntaxHighlighter::buildFormats()
-{
-    m_numberFormat = QTextCharFormat();
-    m_numberFormat.setForeground(m_numberColour);
-
-    m_operatorFormat = QTextCharFormat();
-    m_operatorFormat.setForeground(m_operatorColour);
-
-    m_quotesFormat = QTextCharFormat();
-    m_quotesFormat.setForeground(m_quotesColour);
-
-    m_headingFormat = QTextCharFormat();
-    m_headingFormat.setForeground(m_constantColour);
-    m_headingFormat.setFontItalic(true);
-
-    m_keywordFormat = QTextCharFormat();
-    m_keywordFormat.setForeground(m_functionColour);
-    m_keywordFormat.setFontWeight(QFont::Bold);
-
-    m_commentFormat = QTextCharFormat();
-    m_commentFormat.setForeground(m_commentColour);
-
-    m_specialCommentFormat = QTextCharFormat();
-    m_specialCommentFormat.setForeground(m_specialCommentColour);
-    m_specialCommentFormat.setFontWeight(QFont::Bold);
-    m_specialCommentFormat.setFontItalic(true);
-}
-
 void SyntaxHighlighter::setupHighlighter()
 {
     m_rules.clear();
     m_passes.clear();
-    buildFormats();
 
     const CSettings &settings = CSettings::instance();
     const QString marker = settings.comment();

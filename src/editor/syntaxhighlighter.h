@@ -63,7 +63,6 @@ private:
     };
 
     void useColours(const QVariantMap &vColours, const QColor &vSpecialComment);
-    void buildFormats();
     void addRule(const QString &vPattern, const QTextCharFormat &vFormat, QChar vRequired = {},
                  const QString &vFastPattern = {});
     void addKeywordRules(const QStringList &vKeywords, bool vCaseSensitive);
@@ -72,14 +71,6 @@ private:
     SyntaxMode m_mode = SyntaxMode::Engine;
     QList<HighlightingRule> m_rules;
     QList<Pass> m_passes;
-
-    QColor m_numberColour;
-    QColor m_functionColour;
-    QColor m_commentColour;
-    QColor m_quotesColour;
-    QColor m_operatorColour;
-    QColor m_constantColour;
-    QColor m_specialCommentColour;
 
     QTextCharFormat m_keywordFormat;
     QTextCharFormat m_headingFormat;

@@ -113,6 +113,8 @@ WSyntaxEditor::LineSpan WSyntaxEditor::selectedLines() const
 {
     const QTextCursor cursor = textCursor();
     LineSpan span;
+    span.anchor = cursor.anchor();
+    span.position = cursor.position();
     span.end = cursor.selectionEnd();
     QTextBlock block = document()->findBlock(cursor.selectionStart());
     span.firstLineStart = block.position();
@@ -130,6 +132,7 @@ QString WSyntaxEditor::textBetween(int vFrom, int vTo) const
     return cursor.selectedText().replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
 }
 
+// One cursor's replacement is a single undo step.
 void WSyntaxEditor::replaceBetween(int vFrom, int vTo, const QString &vText)
 {
     QTextCursor cursor(document());
@@ -149,6 +152,16 @@ void WSyntaxEditor::selectBetween(int vAnchor, int vPosition)
     if (vPosition >= 0 && vPosition <= last)
         cursor.setPosition(vPosition, QTextCursor::KeepAnchor);
     setTextCursor(cursor);
+}
+
+// Selects again after the selected lines were edited: the side at the selection's end moves by
+// vEndShift, the side at its start by vStartShift, whichever of them is the anchor.
+void WSyntaxEditor::reselect(const LineSpan &vSpan, int vEndShift, int vStartShift)
+{
+    if (vSpan.anchor > vSpan.position)
+        selectBetween(vSpan.anchor + vEndShift, vSpan.position + vStartShift);
+    else
+        selectBetween(vSpan.anchor + vStartShift, vSpan.position + vEndShift);
 }
 
 void WSyntaxEditor::selectLine()
@@ -173,9 +186,8 @@ void WSyntaxEditor::duplicateSelection()
     QTextCursor cursor = textCursor();
     const int position = cursor.position();
     const bool hadSelection = cursor.hasSelection();
-    const QString text = hadSelection
-        ? cursor.selectedText().replace(QChar::ParagraphSeparator, QLatin1Char('\n'))
-        : QLatin1Char('\n') + cursor.block().text();
+    const QString text = hadSelection ? textBetween(cursor.selectionStart(), cursor.selectionEnd())
+                                      : QLatin1Char('\n') + cursor.block().text();
 
     cursor.beginEditBlock();
     cursor.clearSelection();
@@ -199,21 +211,12 @@ void WSyntaxEditor::addIndent()
         lineStart.insertText(kTab);
         return;
     }
-    const int anchor = cursor.anchor();
-    const int position = cursor.position();
     const LineSpan span = selectedLines();
-    const int lines = int(span.lineOffsets.size());
-
-    cursor.beginEditBlock();
     replaceBetween(
         span.firstLineStart, span.end,
         LineEditing::indentLines(textBetween(span.firstLineStart, span.end), span.lineOffsets));
-    cursor.endEditBlock();
-
-    if (anchor > position)
-        selectBetween(anchor + lines, position + 1);
-    else
-        selectBetween(anchor + 1, position + lines);
+    // The start side moves past the tab even when it stood at the line start.
+    reselect(span, int(span.lineOffsets.size()), 1);
 }
 
 void WSyntaxEditor::unIndent()
@@ -222,33 +225,20 @@ void WSyntaxEditor::unIndent()
     if (!cursor.hasSelection()) {
         const QTextBlock block = cursor.block();
         const int length = LineEditing::unindentLength(block.text(), 0);
-        if (length == 0)
-            return;
-        QTextCursor indentation(block);
-        indentation.setPosition(block.position() + length, QTextCursor::KeepAnchor);
-        indentation.removeSelectedText();
+        if (length > 0)
+            replaceBetween(block.position(), block.position() + length, {});
         return;
     }
-    const int anchor = cursor.anchor();
-    const int position = cursor.position();
     const LineSpan span = selectedLines();
     const int first = span.firstLineStart;
-
     int removed = 0;
     int removedFirst = 0;
     const QString text = LineEditing::unindentLines(textBetween(first, span.end), span.lineOffsets,
                                                     removed, removedFirst);
     if (removed == 0)
         return;
-
-    cursor.beginEditBlock();
     replaceBetween(first, span.end, text);
-    cursor.endEditBlock();
-
-    if (anchor > position)
-        selectBetween(anchor - removed, position == first ? position : position - removedFirst);
-    else
-        selectBetween(anchor == first ? anchor : anchor - removedFirst, position - removed);
+    reselect(span, -removed, span.startsAtLineStart() ? 0 : -removedFirst);
 }
 
 void WSyntaxEditor::comment()
@@ -263,20 +253,12 @@ void WSyntaxEditor::commentLine()
 {
     const QTextBlock block = textCursor().block();
     const LineEditing::Edit edit = LineEditing::toggleLineComment(block.text(), m_commentMarker);
-    QTextCursor cursor(document());
-    cursor.beginEditBlock();
-    cursor.setPosition(block.position() + edit.position);
-    cursor.setPosition(block.position() + edit.position + edit.removeCount,
-                       QTextCursor::KeepAnchor);
-    cursor.insertText(edit.text);
-    cursor.endEditBlock();
+    const int start = block.position() + edit.position;
+    replaceBetween(start, start + edit.removeCount, edit.text);
 }
 
 void WSyntaxEditor::commentSelection()
 {
-    const QTextCursor cursor = textCursor();
-    const int anchor = cursor.anchor();
-    const int position = cursor.position();
     const LineSpan span = selectedLines();
     const int first = span.firstLineStart;
 
@@ -310,17 +292,9 @@ void WSyntaxEditor::commentSelection()
         changeFirst = 2;
     }
 
-    QTextCursor edit(document());
-    edit.beginEditBlock();
     replaceBetween(first, span.end, edited);
-    edit.endEditBlock();
-
-    if (anchor > position)
-        selectBetween(anchor + change,
-                      changeFirst <= 0 && position == first ? position : position + changeFirst);
-    else
-        selectBetween(changeFirst <= 0 && anchor == first ? anchor : anchor + changeFirst,
-                      position + change);
+    // Commenting moves the start side past the marker even from the line start.
+    reselect(span, change, changeFirst <= 0 && span.startsAtLineStart() ? 0 : changeFirst);
 }
 
 bool WSyntaxEditor::selectionSpansLines() const

@@ -41,18 +41,23 @@ protected:
 
 private:
     // The lines a multi-line command works on: the document position of the first line's start,
-    // the end of the selection, and each line's start as an offset from the first.
+    // the end of the selection, each line's start as an offset from the first, and the selection
+    // as it was before the edit.
     struct LineSpan
     {
         int firstLineStart = 0;
         int end = 0;
         QList<int> lineOffsets;
+        int anchor = 0;
+        int position = 0;
+        bool startsAtLineStart() const { return qMin(anchor, position) == firstLineStart; }
     };
 
     LineSpan selectedLines() const;
     QString textBetween(int vFrom, int vTo) const;
     void replaceBetween(int vFrom, int vTo, const QString &vText);
     void selectBetween(int vAnchor, int vPosition);
+    void reselect(const LineSpan &vSpan, int vEndShift, int vStartShift);
     void updateTabStop();
     void commentLine();
     void commentSelection();
