@@ -1,7 +1,5 @@
 #include "harness.h"
 
-#include <atomic>
-#include <chrono>
 #include <fstream>
 #include <iostream>
 #include <random>
@@ -53,13 +51,12 @@ Row::~Row()
 
 TempFolder::TempFolder()
 {
-    // Suites run as parallel processes: the clock and a random number keep their folders apart.
-    static std::atomic<int> counter {0};
-    const auto stamp = std::chrono::steady_clock::now().time_since_epoch().count();
-    folder = std::filesystem::temp_directory_path()
-        / ("tovrel-demo-test-" + std::to_string(stamp) + "-"
-           + std::to_string(std::random_device {}()) + "-" + std::to_string(counter++));
-    std::filesystem::create_directories(folder);
+    // Suites run as parallel processes; creating the folder is what claims its name.
+    std::random_device random;
+    do
+        folder = std::filesystem::temp_directory_path()
+            / ("tovrel-demo-test-" + std::to_string(random()));
+    while (!std::filesystem::create_directory(folder));
 }
 
 TempFolder::~TempFolder()

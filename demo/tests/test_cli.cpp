@@ -2,7 +2,6 @@
 // it leaves behind.
 #include "enginerun.h"
 #include "harness.h"
-#include "simdata.h"
 #include "text.h"
 
 #include <set>
@@ -11,17 +10,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// y, x1 and x2 with some values missing, as d.dat, and the script as s.imp.
+const fs::path sample = TOVREL_DEMO_SAMPLE;
+
+// The sample's data (y, x1 and x2, many values missing) as d.dat, and the script as s.imp.
 void prepare(const harness::TempFolder &folder, const std::string &script)
 {
-    SimData::Settings settings;
-    settings.rows = 120;
-    settings.coefficients = {1.0, 0.5, -0.4};
-    settings.outcomeMissing = settings.predictorMissing = 0.2;
-    SimData::make(settings).write(folder / "d.dat", "999");
+    fs::copy(sample / "slow.dat", folder / "d.dat");
     folder.write("s.imp", script);
 }
-
 // Runs the script as the studio does: the user's options, the script, --output and --traceplot.
 EngineRun::Result runAsStudio(const std::string &threads, const fs::path &script,
                               const fs::path &output, const fs::path &trace)
@@ -131,7 +127,6 @@ DEMO_TEST(files, sampleRunReproducesByteForByte)
 {
     // The report, the output file (the report without its iteration history), one trace file
     // per chain and labels.dat, whatever the number of threads, and nothing else.
-    const fs::path sample = TOVREL_DEMO_SAMPLE;
     const std::vector<std::string> written {"slow_convergence.tovrel-out", "trace/burn1.csv",
                                             "trace/burn2.csv", "trace/labels.dat"};
     for (const char *threads : {"1", "2"}) {

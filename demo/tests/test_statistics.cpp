@@ -3,9 +3,9 @@
 #include "enginerun.h"
 #include "harness.h"
 #include "simdata.h"
-#include "text.h"
 
 #include <algorithm>
+#include <sstream>
 
 namespace {
 
@@ -116,13 +116,11 @@ DEMO_TEST(statistics, imputedOutcomesFollowTheRegression)
     double squares = 0.0;
     int count = 0;
     for (std::size_t r = 0; r < original.size() && r < imputed.size(); ++r) {
-        const auto fields = Text::tokens(imputed[r], " ");
-        double row[3] = {};
-        for (std::size_t c = 0; c < 3 && fields.size() == 3; ++c)
-            Text::parseNumber(fields[c], row[c]);
         if (original[r].rfind("999 ", 0) != 0)
             continue;
-        const double residual = row[0] - (truth[0] + truth[1] * row[1] + truth[2] * row[2]);
+        double y = 0.0, x1 = 0.0, x2 = 0.0;
+        std::istringstream(imputed[r]) >> y >> x1 >> x2;
+        const double residual = y - (truth[0] + truth[1] * x1 + truth[2] * x2);
         squares += residual * residual;
         ++count;
     }

@@ -5,6 +5,7 @@
 #include "random.h"
 
 #include <cmath>
+#include <numeric>
 
 DEMO_TEST(random, normalMomentsAndTails)
 {
@@ -110,9 +111,8 @@ DEMO_TEST(diagnostics, effectiveSizeOfIndependentAndAutocorrelatedDraws)
 
 DEMO_TEST(diagnostics, quantilesInterpolate)
 {
-    std::vector<double> values(41); // 1..41
-    for (std::size_t i = 0; i < values.size(); ++i)
-        values[i] = static_cast<double>(i + 1);
+    std::vector<double> values(41);
+    std::iota(values.begin(), values.end(), 1.0);
     const double cases[][2]
         = {{0.0, 1.0}, {0.0125, 1.5}, {0.025, 2.0}, {0.5, 21.0}, {0.975, 40.0}, {1.0, 41.0}};
     for (const auto &c : cases) {
