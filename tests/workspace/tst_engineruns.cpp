@@ -261,7 +261,7 @@ private Q_SLOTS:
     }
 
     // The box column holds "title|text" of the one message box expected, if any.
-    void plotRequests_data()
+    void scriptRequests_data()
     {
         QTest::addColumn<QString>("script");
         QTest::addColumn<bool>("plot");
@@ -269,13 +269,20 @@ private Q_SLOTS:
         QTest::addColumn<QString>("box");
         QTest::addColumn<bool>("autoPlot");
         QTest::addColumn<int>("answer");
+        QTest::addColumn<QString>("engine");
         const QString bygroup = "The PLOT command is unavaiable with the BYGROUP command.";
         const QString ask = "Warning!|" + bygroup + "\nContinue without plotting?";
-        auto row = [](const char *vName, const QString &vScript, bool vPlot, int vChains,
-                      const QString &vBox = {}, bool vAutoPlot = false,
-                      int vAnswer = QMessageBox::Ok) {
-            QTest::newRow(vName) << vScript << vPlot << vChains << vBox << vAutoPlot << vAnswer;
+        auto row
+            = [](const char *vName, const QString &vScript, bool vPlot, int vChains,
+                 const QString &vBox = {}, bool vAutoPlot = false, int vAnswer = QMessageBox::Ok) {
+                  QTest::newRow(vName)
+                      << vScript << vPlot << vChains << vBox << vAutoPlot << vAnswer << kConfigured;
+              };
+        auto engineRow = [](const char *vName, const QString &vScript, const QString &vEngine) {
+            QTest::newRow(vName) << vScript << false << 2 << QString() << false
+                                 << int(QMessageBox::Ok) << vEngine;
         };
+        const QString home = QDir::homePath();
         // clang-format off
         row("upper case plot command", "DATA: x.dat;\nPLOTS: traceplot;", true, 2);
         row("colon without blank", "plots:traceplot;", true, 2);
@@ -294,10 +301,20 @@ private Q_SLOTS:
         row("comment after a command", "DATA: x.dat; # plots: traceplot\nchains: 3;", false, 3);
         row("no plot command keeps auto plot", "DATA: x.dat;\nMODEL: y ~ x;", true, 2, {}, true);
         row("plot word as a value of another command", "MODEL: traceplot ~ x;", false, 2);
-        row("engine line does not hide the commands", "#! beta\nchains: 4;\nplots: traceplot;", true, 4);
+        row("engine line not first", "DATA: x.dat;\n#! beta\n", false, 2);
+        engineRow("engine line: preview", "#! preview\nDATA: x.dat;", CSettings::previewEnginePath());
+        engineRow("engine line: beta without blank", "#!BETA\nDATA: x.dat;", CSettings::previewEnginePath());
+        engineRow("engine line: base", "#! base\n", CSettings::stableEnginePath());
+        engineRow("engine line: stable, only line", "#!  Stable  ", CSettings::stableEnginePath());
+        engineRow("engine line: path under home", "#! ~/engines/tovrel\nDATA: x.dat;", home + "/engines/tovrel");
+        engineRow("engine line: home alone", "#! ~", home);
+        engineRow("engine line: another user's home is a plain path", "#! ~ann/tovrel", "~ann/tovrel");
+        engineRow("engine line: absolute path with blanks", "#! /opt/my engines/tovrel\n", "/opt/my engines/tovrel");
+        engineRow("engine line: a colon in the path gains a blank", "#! C:/engines/tovrel.exe\n", "C: /engines/tovrel.exe");
+        QTest::newRow("engine line does not hide the commands") << "#! beta\nchains: 4;\nplots: traceplot;" << true << 4 << "" << false << int(QMessageBox::Ok) << CSettings::previewEnginePath();
         // clang-format on
     }
-    void plotRequests()
+    void scriptRequests()
     {
         QFETCH(QString, script);
         QFETCH(bool, plot);
@@ -305,6 +322,7 @@ private Q_SLOTS:
         QFETCH(QString, box);
         QFETCH(bool, autoPlot);
         QFETCH(int, answer);
+        QFETCH(QString, engine);
         if (script.startsWith("chains:;"))
             QTest::ignoreMessage(QtDebugMsg, "Cannot parse chains - setting to 1");
         QWidget document;
@@ -316,6 +334,7 @@ private Q_SLOTS:
         }
         QCOMPARE(requests.plotThisRun(), plot);
         QCOMPARE(requests.requestedChains(), chains);
+        QCOMPARE(requests.enginePath(), engine);
         QCOMPARE(seen.count, box.isEmpty() ? 0 : 1);
         if (seen.count) {
             QCOMPARE(seen.title + '|' + seen.text, box);
@@ -324,40 +343,6 @@ private Q_SLOTS:
                      seen.title == "Error!" ? QMessageBox::StandardButtons(QMessageBox::Ok)
                                             : QMessageBox::Ok | QMessageBox::Cancel);
         }
-    }
-
-    // STABLE and PREVIEW stand for the release engines' paths, a leading ~/ for the home folder.
-    void engineLine_data()
-    {
-        QTest::addColumn<QString>("script");
-        QTest::addColumn<QString>("expected");
-        // clang-format off
-        QTest::newRow("no engine line") << "DATA: x.dat;" << kConfigured;
-        QTest::newRow("preview") << "#! preview\nDATA: x.dat;" << "PREVIEW";
-        QTest::newRow("beta without blank") << "#!BETA\nDATA: x.dat;" << "PREVIEW";
-        QTest::newRow("base") << "#! base\n" << "STABLE";
-        QTest::newRow("stable, only line") << "#!  Stable  " << "STABLE";
-        QTest::newRow("path under home") << "#! ~/engines/tovrel\nDATA: x.dat;" << "~/engines/tovrel";
-        QTest::newRow("home alone") << "#! ~" << "~/";
-        QTest::newRow("another user's home is a plain path") << "#! ~ann/tovrel" << "~ann/tovrel";
-        QTest::newRow("absolute path with blanks") << "#! /opt/my engines/tovrel\n" << "/opt/my engines/tovrel";
-        QTest::newRow("colon in the path gains a blank") << "#! C:/engines/tovrel.exe\n" << "C: /engines/tovrel.exe";
-        QTest::newRow("engine line not first") << "DATA: x.dat;\n#! beta\n" << kConfigured;
-        // clang-format on
-    }
-    void engineLine()
-    {
-        QFETCH(QString, script);
-        QFETCH(QString, expected);
-        if (expected == "STABLE")
-            expected = CSettings::stableEnginePath();
-        else if (expected == "PREVIEW")
-            expected = CSettings::previewEnginePath();
-        else if (expected.startsWith("~/"))
-            expected = QDir::homePath() + expected.mid(1).chopped(expected == "~/" ? 1 : 0);
-        PlotRequests requests(kConfigured, false);
-        requests.evaluate(script, nullptr);
-        QCOMPARE(requests.enginePath(), expected);
     }
 };
 

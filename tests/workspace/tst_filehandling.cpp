@@ -31,25 +31,17 @@ QByteArray readFile(const QString &vPath)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
 }
 
-// What a file dialog offered.
-struct SeenDialog
-{
-    QString title;
-    QStringList filters;
-    QString directory;
-    QString startFile;
-    int count = 0;
-};
-
-// Records the dialog and types vChoice into its name field, or cancels when vChoice is empty.
-std::function<void(QWidget *)> chooseFile(const QString &vChoice, SeenDialog *vSeen)
+// Records what a file dialog showed as "title|filters|folder|file", then types vChoice into its
+// name field as a user would, or cancels when vChoice is empty.
+std::function<void(QWidget *)> chooseFile(const QString &vChoice, QString *vSeen)
 {
     return [vChoice, vSeen](QWidget *vModal) {
         auto *dialog = qobject_cast<QFileDialog *>(vModal);
         if (!dialog)
             return;
-        *vSeen = {dialog->windowTitle(), dialog->nameFilters(), dialog->directory().absolutePath(),
-                  dialog->selectedFiles().value(0), vSeen->count + 1};
+        *vSeen = QStringList {dialog->windowTitle(), dialog->nameFilters().join(';'),
+                              dialog->directory().absolutePath(), dialog->selectedFiles().value(0)}
+                     .join('|');
         auto *nameField = dialog->findChild<QLineEdit *>("fileNameEdit");
         if (vChoice.isEmpty() || !nameField)
             return dialog->reject();
@@ -84,67 +76,55 @@ class TestFileHandling : public QObject
 private Q_SLOTS:
     void init() { QSettings().clear(); }
 
-    void openingAnnouncesOnlyExistingFiles()
+    void openReadSaveAndRemoveTheFirstLine()
     {
         FileHandling handler;
         QSignalSpy opened(&handler, &FileHandling::did_open);
-        QVERIFY(!handler.open(path("no such file.imp")));
-        QVERIFY(!handler.isValid(false));
-        openFile(handler, path("present.imp"), "DATA: x;\n");
-        QCOMPARE(opened.count(), 1);
-        QCOMPARE(handler.folder(), m_dir.path());
-        QVERIFY(handler.lines().isEmpty()); // opening does not read
-        // A later failed open forgets the file.
-        QVERIFY(!handler.open(path("gone.imp")));
-        QVERIFY(!handler.hasFileName());
-        QCOMPARE(opened.count(), 1);
-    }
-
-    void readAndSaveAnnounceThemselves()
-    {
-        FileHandling handler;
         QSignalSpy read(&handler, &FileHandling::did_read);
         QSignalSpy saved(&handler, &FileHandling::did_save);
-        openFile(handler, path("script.imp"), "DATA: x;\r\nMODEL: y;\r\n", true);
-        QCOMPARE(read.count(), 1);
+        QVERIFY(!handler.open(path("no such file.imp")));
+        QVERIFY(!handler.isValid(false));
+        openFile(handler, path("script.imp"), "DATA: x;\r\nMODEL: y;\r\n");
+        QCOMPARE(handler.folder(), m_dir.path());
+        QVERIFY(handler.lines().isEmpty()); // opening does not read
+        QTest::ignoreMessage(QtDebugMsg, " ~ did_read ~ ");
+        QVERIFY(handler.read());
         QCOMPARE(handler.lines(), QStringList({"DATA: x;", "MODEL: y;", ""}));
         QTest::ignoreMessage(QtDebugMsg, " ~ did_save ~ ");
         QVERIFY(handler.save(QString::fromUtf8("DATA: \u00e9t\u00e9.dat;\nSEED: 1;")));
-        QCOMPARE(saved.count(), 1);
         QCOMPARE(readFile(handler.fileName()), "DATA: \xC3\xA9t\xC3\xA9.dat;\nSEED: 1;");
         QCOMPARE(handler.lines().value(1), "SEED: 1;");
-
         QTest::ignoreMessage(QtDebugMsg, " ~ did_save ~ ");
         QVERIFY(handler.removeFirstLine());
         QCOMPARE(readFile(handler.fileName()), "SEED: 1;");
+        QCOMPARE(QList<int>({int(opened.count()), int(read.count()), int(saved.count())}),
+                 QList<int>({1, 1, 2}));
+        // A later failed open forgets the file.
+        QVERIFY(!handler.open(path("gone.imp")));
+        QVERIFY(!handler.hasFileName());
     }
 
-    void withoutAFileNothingIsReadOrSaved_data()
-    {
-        QTest::addColumn<QString>("operation");
-        // clang-format off
-        QTest::newRow("read") << "read";
-        QTest::newRow("save") << "save";
-        QTest::newRow("remove first line") << "removeFirstLine";
-        // clang-format on
-    }
     void withoutAFileNothingIsReadOrSaved()
     {
-        QFETCH(QString, operation);
         FileHandling handler;
         QSignalSpy read(&handler, &FileHandling::did_read);
         QSignalSpy saved(&handler, &FileHandling::did_save);
-        SeenBox seen;
-        {
-            ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
-            QVERIFY(!(operation == "read"       ? handler.read()
-                          : operation == "save" ? handler.save("text")
-                                                : handler.removeFirstLine()));
+        const std::function<bool()> operations[]
+            = {[&] { return handler.read(); }, [&] { return handler.save("text"); },
+               [&] {
+                   return handler.removeFirstLine();
+               }};
+        for (const std::function<bool()> &operation : operations) {
+            SeenBox seen;
+            {
+                ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
+                QVERIFY(!operation());
+            }
+            QCOMPARE(seen.count, 1);
+            QCOMPARE(seen.title + '|' + seen.text, "Warning|Error : isValid");
+            QCOMPARE(seen.icon, QMessageBox::Warning);
+            QVERIFY(!seen.hadParent);
         }
-        QCOMPARE(seen.count, 1);
-        QCOMPARE(seen.title + '|' + seen.text, "Warning|Error : isValid");
-        QCOMPARE(seen.icon, QMessageBox::Warning);
-        QVERIFY(!seen.hadParent);
         QCOMPARE(read.count() + saved.count(), 0);
     }
 
@@ -244,93 +224,68 @@ private Q_SLOTS:
         QCOMPARE(result, example);
     }
 
-    void openDialogRemembersTheFolder()
-    {
-        QDir(m_dir.path()).mkpath("scripts");
-        const QString chosen = path("scripts/chosen.imp");
-        writeFile(chosen, "DATA: x;\n");
-        FileHandling handler;
-        openFile(handler, path("start.imp"), "");
-        SeenDialog seen;
-        bool ok = false;
-        {
-            ModalAnswerer answerer(chooseFile(chosen, &seen));
-            QTest::ignoreMessage(QtDebugMsg, " ~ did_open ~ ");
-            QCOMPARE(handler.openWithDialog(ok), chosen);
-        }
-        QVERIFY(ok);
-        QCOMPARE(seen.title, "Select file to open");
-        QCOMPARE(seen.filters, QStringList(kFilter));
-        QCOMPARE(seen.directory, m_dir.path());
-        QCOMPARE(CSettings::instance().lastOpenFolder(), path("scripts"));
-        QCOMPARE(handler.folder(), path("scripts"));
-    }
-
-    void saveDialogs_data()
+    void dialogs_data()
     {
         QTest::addColumn<QString>("form");
-        QTest::addColumn<QString>("filter");
         QTest::addColumn<QString>("startName");
+        QTest::addColumn<bool>("choose");
+        QTest::addColumn<QString>("filter");
+        const QString text = "Text files (*.txt)";
         // clang-format off
-        QTest::newRow("save as, suggested name") << "saveAs suggested" << kFilter << "Untitled3";
-        QTest::newRow("save as, current name") << "saveAs" << kFilter << "current.imp";
-        QTest::newRow("output as text, current name") << "saveAsText" << "Text files (*.txt)" << "current.imp";
-        QTest::newRow("output as text, suggested name") << "saveAsText suggested" << "Text files (*.txt)" << "output7.txt";
+        QTest::newRow("open") << "open" << "" << true << kFilter;
+        QTest::newRow("open, cancelled: the file is forgotten") << "open" << "" << false << kFilter;
+        QTest::newRow("save as, suggested name") << "saveAs" << "Untitled3" << true << kFilter;
+        QTest::newRow("save as, current name") << "saveAs" << "" << true << kFilter;
+        QTest::newRow("save as, cancelled: nothing changes") << "saveAs" << "" << false << kFilter;
+        QTest::newRow("output as text, current name") << "saveAsText" << "" << true << text;
+        QTest::newRow("output as text, suggested name") << "saveAsText" << "output7.txt" << true << text;
         // clang-format on
     }
-    void saveDialogs()
+    void dialogs()
     {
         QFETCH(QString, form);
-        QFETCH(QString, filter);
         QFETCH(QString, startName);
+        QFETCH(bool, choose);
+        QFETCH(QString, filter);
+        const bool opening = form == "open";
+        const QString chosenFolder = path("chosen");
+        const QString chosen = chosenFolder + "/" + QTest::currentDataTag() + ".txt";
+        QDir().mkpath(chosenFolder);
+        if (opening)
+            writeFile(chosen, "DATA: x;\n");
         FileHandling handler;
         openFile(handler, path("current.imp"), "old");
-        QDir(m_dir.path()).mkpath("saved");
-        const QString chosen = path("saved/" + form + ".txt");
-        QSignalSpy saved(&handler, &FileHandling::did_save);
-        SeenDialog seen;
-        {
-            ModalAnswerer answerer(chooseFile(chosen, &seen));
-            QTest::ignoreMessage(QtDebugMsg, " ~ did_save ~ ");
-            QVERIFY(form == "saveAs suggested" ? handler.saveAs("new text", startName)
-                        : form == "saveAs"     ? handler.saveAs("new text", QString())
-                        : form == "saveAsText" ? handler.saveAsText("new text")
-                                               : handler.saveAsText(startName, "new text"));
-        }
-        QCOMPARE(seen.title, "Enter file name to save");
-        QCOMPARE(seen.filters, QStringList(filter));
-        QCOMPARE(seen.startFile, path(startName));
-        QCOMPARE(handler.fileName(), chosen);
-        QCOMPARE(readFile(chosen), "new text");
-        QCOMPARE(readFile(path("current.imp")), "old");
-        QCOMPARE(saved.count(), 1);
-        QCOMPARE(CSettings::instance().lastSaveFolder(), path("saved"));
-    }
-
-    void cancelledDialogs()
-    {
-        FileHandling handler;
-        openFile(handler, path("kept.imp"), "old");
         const QString openFolder = CSettings::instance().lastOpenFolder();
         const QString saveFolder = CSettings::instance().lastSaveFolder();
-        SeenDialog seen;
+        QString seen;
+        bool result = false;
         {
-            ModalAnswerer answerer(chooseFile(QString(), &seen));
-            QVERIFY(!handler.saveAs("new", "other.imp"));
+            ModalAnswerer answerer(chooseFile(choose ? chosen : QString(), &seen));
+            if (choose)
+                QTest::ignoreMessage(QtDebugMsg, opening ? " ~ did_open ~ " : " ~ did_save ~ ");
+            if (opening)
+                handler.openWithDialog(result);
+            else if (form == "saveAs")
+                result = handler.saveAs("new text", startName);
+            else
+                result = startName.isEmpty() ? handler.saveAsText("new text")
+                                             : handler.saveAsText(startName, "new text");
         }
-        // A cancelled save changes nothing.
-        QCOMPARE(handler.fileName(), path("kept.imp"));
-        QVERIFY(handler.isValid(false));
-        QCOMPARE(readFile(handler.fileName()), "old");
-        {
-            ModalAnswerer answerer(chooseFile(QString(), &seen));
-            QVERIFY(!handler.openDialog());
-        }
-        // A cancelled open forgets the file.
-        QCOMPARE(seen.count, 2);
-        QVERIFY(!handler.hasFileName());
-        QCOMPARE(CSettings::instance().lastOpenFolder(), openFolder);
-        QCOMPARE(CSettings::instance().lastSaveFolder(), saveFolder);
+        const QString startFile
+            = opening ? QString() : path(startName.isEmpty() ? "current.imp" : startName);
+        const QString title = opening ? "Select file to open" : "Enter file name to save";
+        QCOMPARE(seen, QStringList({title, filter, m_dir.path(), startFile}).join('|'));
+        QCOMPARE(result, choose);
+        QCOMPARE(handler.fileName(), choose ? chosen : opening ? QString() : path("current.imp"));
+        QCOMPARE(readFile(path("current.imp")), "old");
+        if (opening)
+            QCOMPARE(handler.folder(), choose ? chosenFolder : QString());
+        if (choose && !opening)
+            QCOMPARE(readFile(chosen), "new text");
+        QCOMPARE(CSettings::instance().lastOpenFolder(),
+                 choose && opening ? chosenFolder : openFolder);
+        QCOMPARE(CSettings::instance().lastSaveFolder(),
+                 choose && !opening ? chosenFolder : saveFolder);
     }
 };
 

@@ -13,29 +13,28 @@
 
 namespace {
 
-// A look as a short text: colour, then B for bold and I for italic; "." when plain.
-QString look(const QVariantMap &vColors, const char *vRole, const char *vStyle)
+// Each character's look as one letter: . plain, f banner (function, bold), c block name
+// (constant, italic), w warning (bold), n note (heading, bold), e error (bold), h heading,
+// v variable, ? any other look.
+QString mask(const QTextBlock &vBlock, const QVariantMap &vColors)
 {
-    return vColors.value(QLatin1String(vRole)).value<QColor>().name() + QLatin1String(vStyle);
-}
-
-QString describe(const QTextCharFormat &vFormat)
-{
-    if (!vFormat.hasProperty(QTextFormat::ForegroundBrush))
-        return ".";
-    return vFormat.foreground().color().name() + (vFormat.fontWeight() == QFont::Bold ? "B" : "")
-        + (vFormat.fontItalic() ? "I" : "");
-}
-
-// The look of every character of vBlock.
-QStringList describeBlock(const QTextBlock &vBlock)
-{
-    QStringList looks(vBlock.length() - 1, ".");
+    auto look = [&vColors](const char *vRole, const char *vStyle) {
+        return vColors.value(QLatin1String(vRole)).value<QColor>().name() + QLatin1String(vStyle);
+    };
+    const QHash<QString, QChar> letters {
+        {look("function", "B"), 'f'}, {look("constant", "I"), 'c'}, {look("warning", "B"), 'w'},
+        {look("heading", "B"), 'n'},  {look("error", "B"), 'e'},    {look("heading", ""), 'h'},
+        {look("number", ""), 'v'},
+    };
+    QString result(vBlock.length() - 1, '.');
     for (const QTextLayout::FormatRange &range : vBlock.layout()->formats()) {
-        for (int i = range.start; i < range.start + range.length && i < looks.size(); ++i)
-            looks[i] = describe(range.format);
+        const QTextCharFormat &format = range.format;
+        const QString style = QString(format.fontWeight() == QFont::Bold ? "B" : "")
+            + (format.fontItalic() ? "I" : "");
+        for (int i = range.start; i < range.start + range.length && i < result.size(); ++i)
+            result[i] = letters.value(format.foreground().color().name() + style, '?');
     }
-    return looks;
+    return result;
 }
 
 QStringList resourcePatterns(const QString &vResource)
@@ -50,39 +49,39 @@ QStringList resourcePatterns(const QString &vResource)
 class ReferenceHighlighter
 {
 public:
-    explicit ReferenceHighlighter(const QVariantMap &vColors)
+    ReferenceHighlighter()
     {
-        add(resourcePatterns(":/strings/sTovrelOutputH1"), look(vColors, "function", "B"));
-        add({" \\K(.+)block:"}, look(vColors, "constant", "I"));
-        add({"WARNING:"}, look(vColors, "warning", "B"));
-        add({"NOTE:"}, look(vColors, "heading", "B"));
-        add({"ERROR:"}, look(vColors, "error", "B"));
-        add(resourcePatterns(":/strings/sTovrelOutputHeading"), look(vColors, "heading", ""));
-        add(resourcePatterns(":/strings/sTovrelVariables"), look(vColors, "number", ""));
+        add(resourcePatterns(":/strings/sTovrelOutputH1"), 'f');
+        add({" \\K(.+)block:"}, 'c');
+        add({"WARNING:"}, 'w');
+        add({"NOTE:"}, 'n');
+        add({"ERROR:"}, 'e');
+        add(resourcePatterns(":/strings/sTovrelOutputHeading"), 'h');
+        add(resourcePatterns(":/strings/sTovrelVariables"), 'v');
     }
     qsizetype ruleCount() const { return m_rules.size(); }
 
-    QStringList describeLine(const QString &vLine) const
+    QString mask(const QString &vLine) const
     {
-        QStringList looks(vLine.size(), ".");
-        for (const auto &[pattern, look] : m_rules) {
+        QString result(vLine.size(), '.');
+        for (const auto &[pattern, letter] : m_rules) {
             QRegularExpressionMatchIterator matches = pattern.globalMatch(vLine);
             while (matches.hasNext()) {
                 const QRegularExpressionMatch match = matches.next();
-                for (qsizetype i = match.capturedStart(); i < match.capturedEnd(); ++i)
-                    looks[i] = look;
+                result.replace(match.capturedStart(), match.capturedLength(),
+                               QString(match.capturedLength(), letter));
             }
         }
-        return looks;
+        return result;
     }
 
 private:
-    void add(const QStringList &vPatterns, const QString &vLook)
+    void add(const QStringList &vPatterns, QChar vLetter)
     {
         for (const QString &pattern : vPatterns)
-            m_rules.append({QRegularExpression(pattern), vLook});
+            m_rules.append({QRegularExpression(pattern), vLetter});
     }
-    QList<std::pair<QRegularExpression, QString>> m_rules;
+    QList<std::pair<QRegularExpression, QChar>> m_rules;
 };
 
 // Lines as the engine writes them, and lines written to find the corners of the rules.
@@ -153,13 +152,10 @@ private Q_SLOTS:
         CSettings::instance().setDarkModeSet(false);
     }
 
-    // Each character of the line is described by one letter of the mask:
-    //   . plain   f banner (function, bold)   c block name (constant, italic)
-    //   w warning (bold)   n note (heading, bold)   e error (bold)   h heading   v variable
     void precedence_data()
     {
         QTest::addColumn<QString>("line");
-        QTest::addColumn<QString>("mask");
+        QTest::addColumn<QString>("expected");
         // clang-format off
         QTest::newRow("warning and error on one line") << "  WARNING: a ERROR: b" << "..wwwwwwww...eeeeee..";
         QTest::newRow("only the name after a variable label") << "  Outcome Variable: math" << "...................vvvvv";
@@ -180,25 +176,11 @@ private Q_SLOTS:
     void precedence()
     {
         QFETCH(QString, line);
-        QFETCH(QString, mask);
-        const QVariantMap colors = MSettings::lightColors();
-        const QMap<QChar, QString> looks {
-            {'.', "."},
-            {'f', look(colors, "function", "B")},
-            {'c', look(colors, "constant", "I")},
-            {'w', look(colors, "warning", "B")},
-            {'n', look(colors, "heading", "B")},
-            {'e', look(colors, "error", "B")},
-            {'h', look(colors, "heading", "")},
-            {'v', look(colors, "number", "")},
-        };
-        QStringList expected;
-        for (QChar letter : mask)
-            expected << looks.value(letter);
+        QFETCH(QString, expected);
         QTextDocument document(line);
         OutputHighlighter highlighter(&document);
         highlighter.rehighlight();
-        QCOMPARE(describeBlock(document.firstBlock()), expected);
+        QCOMPARE(mask(document.firstBlock(), MSettings::lightColors()), expected);
     }
 
     // The dark row also shows that a change of colours rebuilds the same rules in new colours.
@@ -219,13 +201,13 @@ private Q_SLOTS:
             switchToDarkColors();
         else
             highlighter.rehighlight();
-        const ReferenceHighlighter reference(dark ? MSettings::darkColors()
-                                                  : MSettings::lightColors());
+        const QVariantMap colors = dark ? MSettings::darkColors() : MSettings::lightColors();
+        const ReferenceHighlighter reference;
         QCOMPARE(highlighter.rules().size(), reference.ruleCount());
         QTextBlock block = document.firstBlock();
         for (const QString &line : kCorpus) {
             QCOMPARE(block.text(), line);
-            QCOMPARE(describeBlock(block), reference.describeLine(line));
+            QCOMPARE(mask(block, colors), reference.mask(line));
             block = block.next();
         }
     }
@@ -301,21 +283,19 @@ private Q_SLOTS:
         QVERIFY(highlighter->isOnDemand());
         pane.show();
         QVERIFY(QTest::qWaitForWindowExposed(&pane));
-        const QString light = look(MSettings::lightColors(), "warning", "B");
         pane.appendText("WARNING: at the top\n");
         for (int i = 0; i < 3000; ++i)
             pane.appendText(QStringLiteral("   %1   1.023   0.998\n").arg(i));
         pane.appendText("WARNING: at the end");
         pane.flush();
         QCoreApplication::processEvents();
-        QCOMPARE(describeBlock(pane.document()->lastBlock()).first(), light);
+        QCOMPARE(mask(pane.document()->lastBlock(), MSettings::lightColors()).at(0), 'w');
         pane.verticalScrollBar()->setValue(0);
         QCoreApplication::processEvents();
-        QCOMPARE(describeBlock(pane.document()->firstBlock()).first(), light);
+        QCOMPARE(mask(pane.document()->firstBlock(), MSettings::lightColors()).at(0), 'w');
         // New colours reach the lines in view.
         switchToDarkColors();
-        QCOMPARE(describeBlock(pane.document()->firstBlock()).first(),
-                 look(MSettings::darkColors(), "warning", "B"));
+        QCOMPARE(mask(pane.document()->firstBlock(), MSettings::darkColors()).at(0), 'w');
     }
 };
 
