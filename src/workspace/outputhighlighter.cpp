@@ -9,6 +9,8 @@
 #include <QTextDocument>
 #include <QTextStream>
 
+#include <algorithm>
+
 namespace {
 const QString kH1Resource = QStringLiteral(":/strings/sTovrelOutputH1");
 const QString kVariablesResource = QStringLiteral(":/strings/sTovrelVariables");
@@ -75,27 +77,47 @@ void OutputHighlighter::rebuild()
 
 bool OutputHighlighter::setOnDemand(bool vOnDemand)
 {
-    QTextDocument *text = document();
-    if (!text || vOnDemand == m_onDemand)
+    if (vOnDemand == m_onDemand)
         return m_onDemand;
-    // The base class follows every change of the document through this connection; it is the
-    // only way to stop it from highlighting each appended line whether or not anyone sees it.
-    if (vOnDemand)
-        m_onDemand = disconnect(text, SIGNAL(contentsChange(int, int, int)), this,
-                                SLOT(_q_reformatBlocks(int, int, int)));
-    else
-        m_onDemand = !connect(text, SIGNAL(contentsChange(int, int, int)), this,
-                              SLOT(_q_reformatBlocks(int, int, int)));
+    if (vOnDemand) {
+        m_onDemandDocument = document();
+        if (!m_onDemandDocument)
+            return false;
+        setDocument(nullptr);
+    } else {
+        // Attached again, the base class highlights the whole document.
+        setDocument(m_onDemandDocument);
+        m_onDemandDocument = nullptr;
+    }
+    m_onDemand = vOnDemand;
     return m_onDemand;
+}
+
+QTextDocument *OutputHighlighter::colouredDocument() const
+{
+    return m_onDemand ? m_onDemandDocument.data() : document();
 }
 
 void OutputHighlighter::highlightBlocks(const QTextBlock &vFirst, const QTextBlock &vLast)
 {
     for (QTextBlock block = vFirst; block.isValid(); block = block.next()) {
-        rehighlightBlock(block);
+        if (m_onDemand)
+            applyFormats(block);
+        else
+            rehighlightBlock(block);
         if (block == vLast)
             break;
     }
+}
+
+void OutputHighlighter::applyFormats(const QTextBlock &vBlock)
+{
+    const QList<QTextLayout::FormatRange> ranges = formatRanges(vBlock.text());
+    // Lines already coloured are left alone: marking them dirty would lay them out again.
+    if (!m_onDemandDocument || vBlock.layout()->formats() == ranges)
+        return;
+    vBlock.layout()->setFormats(ranges);
+    m_onDemandDocument->markContentsDirty(vBlock.position(), vBlock.length());
 }
 
 void OutputHighlighter::loadColors()
@@ -201,15 +223,33 @@ QString OutputHighlighter::requiredText(const QString &vPattern)
     return best;
 }
 
-void OutputHighlighter::highlightBlock(const QString &vText)
+QList<QTextLayout::FormatRange> OutputHighlighter::formatRanges(const QString &vText) const
 {
-    for (const Rule &rule : std::as_const(m_rules)) {
+    // The rule colouring each character: where matches overlap the later rule wins.
+    QList<qsizetype> owner(vText.size(), -1);
+    for (qsizetype r = 0; r < m_rules.size(); ++r) {
+        const Rule &rule = m_rules.at(r);
         if (!rule.requiredText.isEmpty() && !vText.contains(rule.requiredText))
             continue;
         QRegularExpressionMatchIterator matches = rule.pattern.globalMatch(vText);
         while (matches.hasNext()) {
             const QRegularExpressionMatch match = matches.next();
-            setFormat(int(match.capturedStart()), int(match.capturedLength()), rule.format);
+            std::fill(owner.begin() + match.capturedStart(), owner.begin() + match.capturedEnd(),
+                      r);
         }
     }
+    QList<QTextLayout::FormatRange> ranges;
+    for (qsizetype start = 0, end = 0; start < owner.size(); start = end) {
+        while (end < owner.size() && owner.at(end) == owner.at(start))
+            ++end;
+        if (owner.at(start) >= 0)
+            ranges.append({int(start), int(end - start), m_rules.at(owner.at(start)).format});
+    }
+    return ranges;
+}
+
+void OutputHighlighter::highlightBlock(const QString &vText)
+{
+    for (const QTextLayout::FormatRange &range : formatRanges(vText))
+        setFormat(range.start, range.length, range.format);
 }

@@ -2,9 +2,11 @@
 #define OUTPUTHIGHLIGHTER_H
 
 #include <QList>
+#include <QPointer>
 #include <QRegularExpression>
 #include <QSyntaxHighlighter>
 #include <QTextCharFormat>
+#include <QTextLayout>
 
 class QTextBlock;
 class QTextDocument;
@@ -34,6 +36,8 @@ public:
     // output can limit the work to the lines it shows. Returns whether the mode is now on.
     bool setOnDemand(bool vOnDemand);
     bool isOnDemand() const { return m_onDemand; }
+    // The document coloured, in either mode (document() is empty while on demand).
+    QTextDocument *colouredDocument() const;
     // Highlights vFirst to vLast, both included.
     void highlightBlocks(const QTextBlock &vFirst, const QTextBlock &vLast);
 
@@ -53,6 +57,9 @@ private:
     // when that is not certain. Deliberately conservative: alternatives, inline options and
     // quoting give up.
     static QString requiredText(const QString &vPattern);
+    // The formats of vText's characters as ranges that do not overlap.
+    QList<QTextLayout::FormatRange> formatRanges(const QString &vText) const;
+    void applyFormats(const QTextBlock &vBlock);
     void loadColors();
     void buildRules();
     void addRule(const QString &vPattern, const QTextCharFormat &vFormat);
@@ -60,6 +67,9 @@ private:
 
     QList<Rule> m_rules;
     bool m_onDemand = false;
+    // While on demand the base class is detached from the document, so it no longer follows
+    // every change; the formats go straight to the blocks' layouts.
+    QPointer<QTextDocument> m_onDemandDocument;
     QColor m_headingColor;
     QColor m_functionColor;
     QColor m_constantColor;

@@ -82,7 +82,7 @@ void WOutputPane::setHighlighter(OutputHighlighter *vHighlighter)
     if (m_highlighter)
         m_highlighter->disconnect(this);
     m_highlighter = vHighlighter;
-    if (!m_highlighter || m_highlighter->document() != document())
+    if (!m_highlighter || m_highlighter->colouredDocument() != document())
         return;
     // If the highlighter cannot work on demand it highlights everything itself; the calls
     // below then only repeat its work for a screenful of lines.
