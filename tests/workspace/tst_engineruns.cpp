@@ -2,6 +2,7 @@
 
 #include "config/csettings.h"
 #include "modalanswerer.h"
+#include "testfiles.h"
 #include "workspace/plotrequests.h"
 #include "workspace/processhandling.h"
 
@@ -16,19 +17,9 @@ constexpr int kWaitMs = 20000;
 const QString kEngine = QStringLiteral(TOVREL_TEST_ENGINE);
 const QString kConfigured = QStringLiteral("/opt/tovrel/tovrel");
 
-void writeFile(const QString &vPath, const QByteArray &vContents)
-{
-    QFile file(vPath);
-    QVERIFY2(file.open(QIODevice::WriteOnly), qPrintable(vPath));
-    file.write(vContents);
-}
-
 QStringList readLines(const QString &vPath)
 {
-    QFile file(vPath);
-    return file.open(QIODevice::ReadOnly)
-        ? QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts)
-        : QStringList();
+    return QString::fromUtf8(readFile(vPath)).split('\n', Qt::SkipEmptyParts);
 }
 
 QString joined(const QSignalSpy &vSpy)

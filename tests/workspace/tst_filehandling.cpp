@@ -2,6 +2,7 @@
 
 #include "config/csettings.h"
 #include "modalanswerer.h"
+#include "testfiles.h"
 #include "workspace/filehandling.h"
 
 #include <QFileDialog>
@@ -17,19 +18,6 @@
 namespace {
 
 const QString kFilter = "Files (*.dat *.csv *.data *.txt *.tovrel-out *.inp *.out *imp)";
-
-void writeFile(const QString &vPath, const QByteArray &vContents)
-{
-    QFile file(vPath);
-    QVERIFY2(file.open(QIODevice::WriteOnly), qPrintable(vPath));
-    file.write(vContents);
-}
-
-QByteArray readFile(const QString &vPath)
-{
-    QFile file(vPath);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<unreadable>");
-}
 
 // Records what a file dialog showed as "title|filters|folder|file", then types vChoice into its
 // name field as a user would, or cancels when vChoice is empty.
