@@ -164,7 +164,7 @@ private Q_SLOTS:
         QTest::newRow("block name runs to the last block:") << "  L1 block: y block: z" << ".ccccccccccccccccccc..";
         QTest::newRow("error wins over a block name") << " x ERROR: block:" << ".cceeeeeeccccccc";
         QTest::newRow("variable wins over a heading") << "Outcome Variable: MODEL FIT" << ".................vvvvvvvvvv";
-        QTest::newRow("heading wins over a warning") << "WARNING: MODEL FIT" << "wwwwwwww.hhhhhhhhh";
+        QTest::newRow("warning and heading side by side") << "WARNING: MODEL FIT" << "wwwwwwww.hhhhhhhhh";
         QTest::newRow("note") << "NOTE: dropped" << "nnnnn........";
         QTest::newRow("banner row") << QString(75, '-') << QString(75, 'f');
         QTest::newRow("eleven hyphens are a banner") << "x " + QString(11, '-') << ".." + QString(11, 'f');
