@@ -1,36 +1,48 @@
-#include "config/csettings.h"
-#include "plots/graphviewer.h"
-#include "plots/plotexport.h"
-#include "plots/saveallwait.h"
-#include "plots/svgrender.h"
-#include "plots/wgraphpanel.h"
-#include "plots/wplotview.h"
+#include "modalanswerer.h"
 #include "testmain.h"
 #include "traceplots.h"
 
-#include <QAction>
+#include "config/csettings.h"
+#include "plots/graphviewer.h"
+#include "plots/plotexport.h"
+#include "plots/plotsettings.h"
+#include "plots/saveallwait.h"
+#include "plots/svgrender.h"
+#include "plots/waitingspinnerwidget.h"
+#include "plots/wgraphpanel.h"
+#include "plots/wplotview.h"
+
 #include <QFileDialog>
 #include <QGraphicsScene>
 #include <QImageReader>
 #include <QInputDialog>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMessageBox>
 #include <QOpenGLWidget>
-#include <QPointer>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QToolButton>
 
-#include <functional>
+#include <cmath>
 
 namespace {
 
 const int kPlots = 12;
-const int kChains = 2;
+using Ints = QList<int>;
+const Ints kD {1, -1, -1, 900, 400};
+const QString kMax = "Max is only allowed for number of chains and stop iteration!";
+const QString kNaN = "Non-numeric value given!";
+const QString kPos = "All values must be greater than zero.";
+const QString kOrder = "Start Iterations must be less than Stop Iterations.";
 
-// Each plot gets its own width, so a page or scene size tells which plot it came from.
+template<typename... T>
+void row(const char *vName, const T &...vValues)
+{
+    (QTest::newRow(vName) << ... << vValues);
+}
+
+// Each plot has its own width, so a page or scene size tells which plot it came from.
 QSize plotSize(int vParameter)
 {
     return {400 + 20 * vParameter, 300};
@@ -42,7 +54,12 @@ QByteArray contents(const QString &vFile)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-// Page count and page sizes of a PDF, read from its page objects.
+bool writeOld(const QString &vFile)
+{
+    QFile file(vFile);
+    return file.open(QIODevice::WriteOnly) && file.write("old") == 3;
+}
+
 int pdfPages(const QByteArray &vPdf)
 {
     return vPdf.count("/Type /Page") - vPdf.count("/Type /Pages");
@@ -51,110 +68,114 @@ int pdfPages(const QByteArray &vPdf)
 // The distinct page sizes of a PDF, in points.
 QList<QSize> pdfPageSizes(const QByteArray &vPdf)
 {
+    static const QRegularExpression box("/MediaBox\\s*\\[\\s*(\\S+) (\\S+) (\\S+) (\\S+)\\s*\\]");
     QList<QSize> sizes;
-    static const QRegularExpression box(QStringLiteral("/MediaBox\\s*\\[([^\\]]*)\\]"));
-    auto it = box.globalMatch(QString::fromLatin1(vPdf));
-    while (it.hasNext()) {
-        const QStringList corners = it.next().captured(1).simplified().split(QLatin1Char(' '));
-        const QSize size(qRound(corners.value(2).toDouble() - corners.value(0).toDouble()),
-                         qRound(corners.value(3).toDouble() - corners.value(1).toDouble()));
+    for (auto it = box.globalMatch(QString::fromLatin1(vPdf)); it.hasNext();) {
+        const auto m = it.next();
+        const QSize size(qRound(m.captured(3).toDouble() - m.captured(1).toDouble()),
+                         qRound(m.captured(4).toDouble() - m.captured(2).toDouble()));
         if (!sizes.contains(size))
             sizes << size;
     }
     return sizes;
 }
 
-// Answers the modal windows a user action opens, one step per window, in order. A step gets
-// the active modal widget and returns true once it has dealt with it. Polling goes on from a
-// timer, so the steps also run inside the nested event loops of the windows they answer.
-class ModalAnswers
+QVariantMap plotValues(const Ints &v)
 {
-public:
-    using Step = std::function<bool(QWidget *)>;
-    explicit ModalAnswers(QList<Step> vSteps)
-        : m_steps(std::move(vSteps))
-    {
-        poll();
-    }
-    bool done() const { return m_steps.isEmpty(); }
+    return {{"bIter", v[0]}, {"eIter", v[1]}, {"nchain", v[2]}, {"width", v[3]}, {"height", v[4]}};
+}
 
-private:
-    void poll()
-    {
-        if (++m_polls > 250) {
-            // Nobody answers: close what is open rather than hang until the watchdog.
-            if (auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget()))
-                dialog->reject();
-            return;
-        }
-        QTimer::singleShot(20, &m_context, [this] {
-            if (m_steps.isEmpty())
-                return;
-            QWidget *modal = QApplication::activeModalWidget();
-            // The answer may open a nested modal loop (a confirmation): take the step off the
-            // list and schedule the next look before running it.
-            const Step step = m_steps.takeFirst();
-            poll();
-            if (!modal || !step(modal))
-                m_steps.prepend(step);
-        });
-    }
+std::unique_ptr<PlotSettings> settingsPanel(const Ints &vValues)
+{
+    auto panel = std::make_unique<PlotSettings>(nullptr, plotValues(vValues));
+    panel->show();
+    panel->activateWindow();
+    return panel;
+}
 
-    QObject m_context; // ends the polling with the object
-    QList<Step> m_steps;
-    int m_polls = 0;
-};
+Ints valuesOf(const PlotSettings &v)
+{
+    return {v.bIter(), v.eIter(), v.nchain(), v.width(), v.height()};
+}
 
-ModalAnswers::Step answerFileDialog(const QString &vFile, QStringList *vSeen = nullptr)
+QLineEdit *field(const PlotSettings &vPanel, int vRow)
+{
+    const char *names[] = {"le_begin", "le_end", "le_nchain", "le_width", "le_height"};
+    return vPanel.findChild<QLineEdit *>(names[vRow]);
+}
+
+// The five rows' texts or placeholders, joined by '|'.
+QString joined(const PlotSettings &vPanel, QString (QLineEdit::*vGetter)() const)
+{
+    QStringList texts;
+    for (int i = 0; i < 5; ++i)
+        texts << (field(vPanel, i)->*vGetter)();
+    return texts.join('|');
+}
+
+// The save dialogs as a user answers them: the name typed into the field (selectFile() leaves a
+// focused field alone) or Cancel for none, Yes to "replace?", OK to a warning. vSeen gets the
+// dialog's title, proposed file and first filter, then each message box's text.
+std::function<void(QWidget *)> answerSave(const QString &vFile, QStringList *vSeen)
 {
     return [vFile, vSeen](QWidget *vModal) {
-        auto *dialog = qobject_cast<QFileDialog *>(vModal);
-        if (!dialog)
-            return false;
-        if (vSeen) {
+        if (auto *box = qobject_cast<QMessageBox *>(vModal)) {
+            *vSeen << box->text();
+            box->button(box->button(QMessageBox::Yes) ? QMessageBox::Yes : QMessageBox::Ok)
+                ->click();
+        } else if (auto *dialog = qobject_cast<QFileDialog *>(vModal)) {
             *vSeen << dialog->windowTitle() << dialog->selectedFiles().value(0)
                    << dialog->nameFilters().value(0);
+            if (vFile.isEmpty())
+                return dialog->reject();
+            dialog->findChild<QLineEdit *>("fileNameEdit")->setText(vFile);
+            // Queued, so that a "replace?" box opens in the dialog's loop and gets answered too.
+            QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
         }
-        if (vFile.isEmpty()) {
-            dialog->reject();
-        } else {
-            // selectFile() leaves a focused name field alone: type the name as a user would.
-            auto *name = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
-            if (!name)
-                return false;
-            name->setText(vFile);
-            QMetaObject::invokeMethod(dialog, "accept"); // protected in QFileDialog
-        }
-        return true;
     };
 }
 
-ModalAnswers::Step answerMessageBox(QMessageBox::StandardButton vButton, QString *vText = nullptr)
+void click(QWidget *vParent, const char *vButton)
 {
-    return [vButton, vText](QWidget *vModal) {
-        auto *box = qobject_cast<QMessageBox *>(vModal);
-        if (!box || !box->button(vButton))
-            return false;
-        if (vText)
-            *vText = box->text();
-        box->button(vButton)->click();
-        return true;
-    };
+    QTest::mouseClick(vParent->findChild<QAbstractButton *>(vButton), Qt::LeftButton);
 }
 
-ModalAnswers::Step answerGoTo(int vValue, bool vAccept, QStringList *vSeen)
+struct Check
 {
-    return [=](QWidget *vModal) {
-        auto *dialog = qobject_cast<QInputDialog *>(vModal);
-        if (!dialog)
-            return false;
-        *vSeen << dialog->windowTitle() << dialog->labelText()
-               << QStringLiteral("%1-%2").arg(dialog->intMinimum()).arg(dialog->intMaximum());
-        dialog->setIntValue(vValue);
-        vAccept ? dialog->accept() : dialog->reject();
-        return true;
-    };
-}
+    Ints start;
+    QString typed; // the five rows' texts, joined by '|'
+    QStringList messages;
+    Ints result; // empty: the start values
+    QString left; // the rows' texts afterwards; empty: all cleared
+    QString focus; // the row holding the cursor; empty: the panel closed
+};
+
+struct Fade
+{
+    int distance, lines;
+    double trail, minimum, baseAlpha, expected;
+};
+
+struct Saved
+{
+    QString name;
+    QSize imageSize;
+    QByteArray check; // image format, "pdf", "copy", or what is left in the file
+};
+
+struct Paging
+{
+    int plots, rightClicks, leftClicks;
+    QString label;
+    bool leftEnabled, rightEnabled;
+};
+
+struct Dialog
+{
+    int type;
+    QString answer, written;
+    QByteArray check; // image format, "pdf", or "old" for a file kept
+};
 
 } // namespace
 
@@ -162,137 +183,236 @@ class TestPlotView : public QObject
 {
     Q_OBJECT
 
-private:
-    // A fresh folder holding a copy of the generated plots with their modification times.
+    // A fresh folder holding copies of the plots, each written 60 s after the one before.
     QString plotFolder(QTemporaryDir &vDir, int vPlots = kPlots)
     {
         for (int k = 1; k <= vPlots; ++k) {
             const QString name = QStringLiteral("plot%1.svg").arg(k);
-            if (!QFile::copy(m_plots.filePath(name), QDir(vDir.path()).filePath(name)))
+            if (!QFile::copy(m_plots.filePath(name), vDir.filePath(name))
+                || !TracePlots::stamp(vDir.path(), k, m_base, 60))
                 return {};
-            TracePlots::stamp(vDir.path(), k, m_base, 60);
         }
         return vDir.path();
     }
     QTemporaryDir m_source;
-    QDir m_plots;
+    QDir m_plots {m_source.path()};
     QDateTime m_base = QDateTime::currentDateTime().addDays(-1);
 
 private Q_SLOTS:
     void initTestCase()
     {
-        QVERIFY(!ExecutablePath::find(QStringLiteral("gnuplot")).isEmpty());
-        QVERIFY(m_source.isValid());
-        m_plots.setPath(m_source.path());
-        QVERIFY(TracePlots::writeTraces(m_source.path(), kPlots, kChains, 60));
+        QVERIFY(TracePlots::writeTraces(m_source.path(), kPlots, 2, 60));
         for (int k = 1; k <= kPlots; ++k)
-            QVERIFY(TracePlots::plot(m_source.path(), k, kChains, plotSize(k)));
-        CSettings::instance().setLastSaveFolder(m_source.path());
+            QVERIFY(TracePlots::plot(m_source.path(), k, 2, plotSize(k)));
+    }
+
+    // OK checks start, width and height, then stop and chains, then their order. An error
+    // clears its row; only a value below 1 among the first three lets the rest go through.
+    void settingsValidation_data()
+    {
+        QTest::addColumn<Check>("c");
+        const Ints d {1, 500, 2, 900, 400};
+        row("all empty changes nothing", Check {kD, "||||", {}, {}, "", ""});
+        row("every row applied",
+            Check {kD, "100|900|2|640|300", {}, {100, 900, 2, 640, 300}, "", ""});
+        row("same values change nothing", Check {kD, "1|||900|400", {}, {}, "", ""});
+        row("Max in any case", Check {d, "|MAX|mAx||", {}, {1, -1, -1, 900, 400}, "", ""});
+        row("max in start", Check {kD, "max|50|||", {kMax}, {}, "|50|||", "le_begin"});
+        row("Max in height", Check {kD, "||||Max", {kMax}, {}, "", "le_height"});
+        row("width before height", Check {kD, "|||1x|0", {kNaN}, {}, "||||0", "le_width"});
+        row("start 0 cleared, rest applied",
+            Check {kD, "0|||640|", {kPos}, {1, -1, -1, 640, 400}, "", ""});
+        row("every row below 1 reported", Check {kD, "-3|||0|-5", {kPos, kPos, kPos}, {}, "", ""});
+        row("non-numeric stop", Check {kD, "5|ten||640|", {kNaN}, {}, "5|||640|", "le_end"});
+        row("stop before chains", Check {kD, "|x|y||", {kNaN}, {}, "||y||", "le_end"});
+        row("chains 0", Check {kD, "||0|640|", {kPos}, {}, "|||640|", "le_nchain"});
+        row("start equal to stop", Check {kD, "500|500|2||", {kOrder}, {}, "||2||", "le_begin"});
+        row("start above the current stop", Check {d, "600||||", {kOrder}, {}, "", "le_begin"});
+        row("stop below the current start",
+            Check {{100, -1, -1, 9, 4}, "|50|||", {kOrder}, {}, "", "le_begin"});
+        row("stop Max lets any start pass",
+            Check {d, "70|max|||", {}, {70, -1, 2, 900, 400}, "", ""});
+    }
+    void settingsValidation()
+    {
+        QFETCH(Check, c);
+        auto panel = settingsPanel(c.start);
+        QVERIFY(QTest::qWaitForWindowActive(panel.get()));
+        QSignalSpy render(panel.get(), &PlotSettings::needs_Render);
+        for (int i = 0; i < 5; ++i)
+            QTest::keyClicks(field(*panel, i), c.typed.section('|', i, i));
+        QStringList seen;
+        ModalAnswerer answerer([&seen](QWidget *vModal) {
+            auto *box = qobject_cast<QMessageBox *>(vModal);
+            seen << box->windowTitle() + ": " + box->text();
+            box->button(QMessageBox::Ok)->click();
+        });
+        click(panel.get(), "pb_OK");
+        QCOMPARE(seen, c.messages.replaceInStrings(QRegularExpression("^"), "Error!: "));
+        QCOMPARE(valuesOf(*panel), c.result.isEmpty() ? c.start : c.result);
+        QCOMPARE(joined(*panel, &QLineEdit::text), c.left.isEmpty() ? "||||" : c.left);
+        QCOMPARE(render.size(), c.focus.isEmpty() && !c.result.isEmpty() ? 1 : 0);
+        QCOMPARE(panel->isVisible(), !c.focus.isEmpty());
+        if (!c.focus.isEmpty())
+            QCOMPARE(panel->focusWidget()->objectName(), c.focus);
+    }
+
+    void settingsClosing_data()
+    {
+        QTest::addColumn<QString>("keys"); // none: the Cancel button
+        QTest::addColumn<int>("start");
+        row("Cancel keeps the values", "", 5);
+        row("Esc, Ctrl+W keeps the values", "Esc, Ctrl+W", 5);
+        row("Return means OK", "Return", 7);
+    }
+    void settingsClosing()
+    {
+        QFETCH(QString, keys);
+        QFETCH(int, start);
+        auto panel = settingsPanel({5, 50, 2, 900, 400});
+        QVERIFY(QTest::qWaitForWindowActive(panel.get()));
+        QSignalSpy render(panel.get(), &PlotSettings::needs_Render);
+        QTest::keyClicks(field(*panel, 0), "7");
+        keys.isEmpty() ? click(panel.get(), "pb_Close")
+                       : QTest::keySequence(panel->focusWidget(), QKeySequence(keys));
+        QTRY_VERIFY(!panel->isVisible()); // a shortcut clicks its button after a short delay
+        QCOMPARE(valuesOf(*panel), (Ints {start, 50, 2, 900, 400}));
+        QCOMPARE(render.size(), keys == "Return" ? 1 : 0);
+    }
+
+    void settingsReset_data()
+    {
+        QTest::addColumn<Ints>("stored");
+        QTest::addColumn<QString>("placeholders");
+        QTest::addColumn<int>("renders"); // from the OK that follows Reset
+        row("changed values remake plots at OK", Ints {10, -1, -1, 70, 35}, "10|MAX|MAX|70|35", 1);
+        row("unchanged values remake nothing", Ints {5, 50, 2, 900, 400}, "5|50|2|900|400", 0);
+    }
+    void settingsReset()
+    {
+        QFETCH(Ints, stored);
+        QFETCH(QString, placeholders);
+        QFETCH(int, renders);
+        const QVariantMap saved = CSettings::instance().plotSettings();
+        QVariantMap changed = saved;
+        changed.insert(plotValues(stored));
+        CSettings::instance().setPlotSettings(changed);
+        auto panel = settingsPanel({5, 50, 2, 900, 400});
+        QSignalSpy render(panel.get(), &PlotSettings::needs_Render);
+        QTest::keyClicks(field(*panel, 0), "abc");
+        click(panel.get(), "pb_Reset");
+        QCOMPARE(valuesOf(*panel), stored);
+        QCOMPARE(joined(*panel, &QLineEdit::text), "||||");
+        QCOMPARE(joined(*panel, &QLineEdit::placeholderText), placeholders);
+        QVERIFY(panel->isVisible() && render.isEmpty());
+        click(panel.get(), "pb_OK");
+        QCOMPARE(render.size(), renders);
+        CSettings::instance().setPlotSettings(saved);
+    }
+
+    void spinnerFade_data()
+    {
+        QTest::addColumn<Fade>("c");
+        // 12 bars, 70 % trail: the trail is ceil(11 * 0.7) = 8 bars, faded in steps of 0.85 / 9.
+        const double step = 0.85 / 9;
+        row("bright bar keeps the base", Fade {0, 12, 70, 15, 1, 1});
+        row("first trailing bar", Fade {1, 12, 70, 15, 1, 1 - step});
+        row("last bar of the trail", Fade {8, 12, 70, 15, 1, 1 - 8 * step});
+        row("beyond the trail", Fade {9, 12, 70, 15, 1, 0.15});
+        row("translucent base", Fade {4, 12, 70, 15, 0.5, 0.5 - 4 * (0.35 / 9)});
+        // Defaults: 20 bars, 80 % trail = ceil(15.2) = 16 bars, minimum pi percent.
+        row("defaults, end of trail", Fade {16, 20, 80, M_PI, 1, 1 - 16 * (1 - M_PI / 100) / 17});
+        row("defaults, beyond the trail", Fade {17, 20, 80, M_PI, 1, M_PI / 100});
+        row("minimum above base brightens", Fade {8, 12, 70, 50, 0.1, 0.1 + 8 * (0.4 / 9)});
+        row("clamped at full opacity", Fade {8, 12, 70, 200, 1, 1});
+    }
+    void spinnerFade()
+    {
+        QFETCH(Fade, c);
+        QColor base(Qt::red);
+        base.setAlphaF(c.baseAlpha);
+        const QColor color
+            = WaitingSpinnerWidget::currentLineColor(c.distance, c.lines, c.trail, c.minimum, base);
+        QCOMPARE(color.rgb(), base.rgb());
+        QVERIFY2(qAbs(color.alphaF() - c.expected) < 1e-4, // QColor keeps alpha in 16 bits
+                 qPrintable(QString("%1 != %2").arg(color.alphaF()).arg(c.expected)));
+    }
+
+    void spinnerRunsCentredAndWraps()
+    {
+        QWidget parent;
+        parent.resize(300, 200);
+        parent.show();
+        WaitingSpinnerWidget spinner(&parent);
+        QCOMPARE(spinner.interval(), 32); // 1000 ms / (20 bars * pi / 2 turns a second)
+        spinner.start();
+        QVERIFY(spinner.isVisible() && !parent.isEnabled());
+        QCOMPARE(spinner.geometry(), QRect(150 - 20, 100 - 20, 40, 40));
+        QTRY_VERIFY(spinner.currentCounter() > 0);
+        spinner.stop();
+        QVERIFY(!spinner.isVisible() && parent.isEnabled() && spinner.currentCounter() == 0);
+        spinner.setNumberOfLines(3);
+        for (int expected : {1, 2, 0}) {
+            spinner.rotate();
+            QCOMPARE(spinner.currentCounter(), expected);
+        }
+        spinner.setNumberOfLines(0);
+        QCOMPARE(spinner.interval(), 1000);
     }
 
     void order_data()
     {
         QTest::addColumn<int>("step");
         QTest::addColumn<bool>("copy");
-        QTest::addColumn<QStringList>("expected");
-        QStringList ascending;
-        for (int k = 1; k <= kPlots; ++k)
-            ascending << QStringLiteral("plot%1.svg").arg(k);
-        QStringList descending = ascending;
-        std::reverse(descending.begin(), descending.end());
-        QTest::newRow("run order, not name order (plot10 after plot9)") << 60 << false << ascending;
-        QTest::newRow("oldest first whatever the names say") << -60 << false << descending;
-        QTest::newRow("private copy sorts like its source") << 1 << true << ascending;
+        row("run order, not name order (plot10 after plot9)", 60, false);
+        row("oldest first whatever the names say", -60, false);
+        row("private copy sorts like its source", 1, true);
     }
     void order()
     {
         QFETCH(int, step);
         QFETCH(bool, copy);
-        QFETCH(QStringList, expected);
         QTemporaryDir dir;
         QVERIFY(!plotFolder(dir).isEmpty());
-        for (int k = 1; k <= kPlots; ++k)
+        QStringList expected;
+        for (int k = 1; k <= kPlots; ++k) {
             QVERIFY(TracePlots::stamp(dir.path(), k, m_base, step));
+            expected.insert(step > 0 ? k - 1 : 0, QStringLiteral("plot%1.svg").arg(k));
+        }
         // The engine's other files in the folder are not plots.
         QVERIFY(QFile::copy(m_plots.filePath("burn1.csv"), dir.filePath("burn1.csv")));
-
         SvgRender render(nullptr, dir.path(), copy);
         QCOMPARE(render.fileNames(), expected);
-        QCOMPARE(render.count(), kPlots);
         QCOMPARE(render.folder() == dir.path(), !copy);
     }
 
-    void bounds_data()
+    void boundsAndEmptyFolder()
     {
-        QTest::addColumn<int>("start");
-        QTest::addColumn<QString>("move");
-        QTest::addColumn<int>("expected");
-        QTest::addColumn<bool>("sameScene");
-        QTest::newRow("previous at the first plot stays") << 0 << "previous" << 0 << true;
-        QTest::newRow("next at the last plot stays") << kPlots - 1 << "next" << kPlots - 1 << true;
-        QTest::newRow("goTo one past the end changes nothing") << 3 << "goTo12" << 3 << true;
-        QTest::newRow("goTo below the start changes nothing") << 3 << "goTo-1" << 3 << true;
-        QTest::newRow("goTo the last plot") << 0 << "goTo11" << 11 << false;
-        QTest::newRow("next moves on") << 4 << "next" << 5 << false;
-        QTest::newRow("previous moves back") << 4 << "previous" << 3 << false;
-    }
-    void bounds()
-    {
-        QFETCH(int, start);
-        QFETCH(QString, move);
-        QFETCH(int, expected);
-        QFETCH(bool, sameScene);
         QTemporaryDir dir;
         SvgRender render(nullptr, plotFolder(dir), false);
-        QGraphicsScene *before = render.show(start);
-        QVERIFY(before);
-        QGraphicsScene *after = nullptr;
-        if (move == "previous")
-            after = render.previous();
-        else if (move == "next")
-            after = render.next();
-        else
-            after = render.goTo(move.mid(4).toInt());
-        QCOMPARE(render.currentIndex(), expected);
-        QCOMPARE(after == before, sameScene);
-        QCOMPARE(after, render.scene());
-        QCOMPARE(after->sceneRect().size().toSize(), plotSize(expected + 1));
+        QGraphicsScene *first = render.show(0);
+        // Out of range: nothing changes, not even the scene.
+        for (QGraphicsScene *same : {render.previous(), render.goTo(-1), render.goTo(kPlots)})
+            QCOMPARE(same, first);
+        QGraphicsScene *last = render.goTo(kPlots - 1);
+        QVERIFY(last != first);
+        QCOMPARE(render.next(), last);
+        QVERIFY(render.previous() != last);
+        QCOMPARE(render.currentIndex(), kPlots - 2);
+        QCOMPARE(render.scene()->sceneRect().size().toSize(), plotSize(kPlots - 1));
+        QTemporaryDir empty;
+        SvgRender none(nullptr, empty.path(), false);
+        QVERIFY(!none.show(0) && !none.next() && !none.scene());
+        QVERIFY(!none.savePdf(empty.filePath("one.pdf")) && !none.saveSvg(empty.filePath("a.svg")));
+        QVERIFY(!none.saveAllPdf(empty.filePath("all.pdf")) && QDir(empty.path()).isEmpty());
     }
 
-    void emptyFolderShowsNothing()
+    void privateCopySurvivesItsSource()
     {
-        QTemporaryDir dir;
-        SvgRender render(nullptr, dir.path(), false);
-        QCOMPARE(render.count(), 0);
-        QVERIFY(!render.show(0));
-        QVERIFY(!render.next());
-        QVERIFY(!render.scene());
-        QVERIFY(!render.savePdf(dir.filePath("one.pdf")));
-        QVERIFY(!render.saveAllPdf(dir.filePath("all.pdf")));
-        QVERIFY(!render.saveSvg(dir.filePath("one.svg")));
-        QVERIFY(QDir(dir.path()).isEmpty());
-    }
-
-    void privateCopySurvives_data()
-    {
-        QTest::addColumn<bool>("removeSource");
-        QTest::newRow("source folder deleted") << true;
-        QTest::newRow("source plots rewritten by a new run") << false;
-    }
-    void privateCopySurvives()
-    {
-        QFETCH(bool, removeSource);
         auto source = std::make_unique<QTemporaryDir>();
         SvgRender render(nullptr, plotFolder(*source), true);
         QVERIFY(render.show(0));
-        if (removeSource) {
-            source.reset();
-        } else {
-            // The next run writes smaller plots under the same names.
-            QVERIFY(TracePlots::writeTraces(source->path(), kPlots, 1, 20));
-            for (int k = 1; k <= kPlots; ++k)
-                QVERIFY(TracePlots::plot(source->path(), k, 1, QSize(200, 100)));
-        }
+        source.reset();
         QVERIFY(render.next());
         QCOMPARE(render.scene()->sceneRect().size().toSize(), plotSize(2));
         QTemporaryDir out;
@@ -300,88 +420,40 @@ private Q_SLOTS:
         QCOMPARE(contents(out.filePath("kept.svg")), contents(m_plots.filePath("plot2.svg")));
     }
 
-    void saveAllPdfPagesAndProgress()
+    void saveBySuffix_data()
     {
-        QTemporaryDir dir;
-        SvgRender render(nullptr, plotFolder(dir), false);
-        render.show(2);
-        QSignalSpy progress(&render, &SvgRender::on_imageSave);
-        const QString target = dir.filePath("plots.pdf");
-        QVERIFY(render.saveAllPdf(target));
-
-        QStringList expected;
-        for (int k = 1; k <= kPlots; ++k)
-            expected << QStringLiteral("%1 of 12").arg(k);
-        QStringList texts;
-        for (const QList<QVariant> &signal : progress)
-            texts << signal.value(0).toString();
-        QCOMPARE(texts, expected);
-
-        const QByteArray pdf = contents(target);
-        QCOMPARE(pdfPages(pdf), kPlots);
-        // Every page has the size of the plot shown when saving began (the third).
-        const QSize third = plotSize(3);
-        QCOMPARE(pdfPageSizes(pdf), QList<QSize> {third});
-        // The view is left on the plot it showed.
-        QCOMPARE(render.currentIndex(), 2);
+        QTest::addColumn<Saved>("c");
+        row("pdf: one page the size of the plot", Saved {"a.pdf", {900, 400}, "pdf"});
+        row("png at the requested size", Saved {"a.png", {640, 320}, "png"});
+        row("jpg at the requested size", Saved {"a.jpg", {300, 200}, "jpeg"});
+        row("PNG in capitals is an image", Saved {"A.PNG", {320, 160}, "png"});
+        row("svg is a byte-for-byte copy", Saved {"a.svg", {1, 1}, "copy"});
+        row("unknown suffix is an svg copy", Saved {"a.gif", {1, 1}, "copy"});
+        row("svg never replaces a file", Saved {"a.svg", {1, 1}, "old"});
+        row("an empty image size leaves no file", Saved {"a.png", {0, 400}, ""});
     }
-
-    void saveOne_data()
+    void saveBySuffix()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QSize>("imageSize");
-        QTest::addColumn<bool>("existing");
-        QTest::addColumn<bool>("saved");
-        QTest::addColumn<QString>("check");
-        QTest::newRow("pdf: one page the size of the plot")
-            << "one.pdf" << QSize(900, 400) << false << true << "pdf";
-        QTest::newRow("png at the requested size, not the plot's")
-            << "one.png" << QSize(640, 320) << false << true << "image";
-        QTest::newRow("jpg at the requested size")
-            << "one.jpg" << QSize(300, 200) << false << true << "image";
-        QTest::newRow("PNG suffix in capitals is still an image")
-            << "ONE.PNG" << QSize(320, 160) << false << true << "image";
-        QTest::newRow("svg is a byte-for-byte copy")
-            << "one.svg" << QSize(1, 1) << false << true << "copy";
-        QTest::newRow("unknown suffix is an svg copy")
-            << "one.gif" << QSize(1, 1) << false << true << "copy";
-        QTest::newRow("svg never replaces an existing file")
-            << "one.svg" << QSize(1, 1) << true << false << "untouched";
-        QTest::newRow("an empty image size leaves no file")
-            << "one.png" << QSize(0, 400) << false << false << "absent";
-    }
-    void saveOne()
-    {
-        QFETCH(QString, name);
-        QFETCH(QSize, imageSize);
-        QFETCH(bool, existing);
-        QFETCH(bool, saved);
-        QFETCH(QString, check);
+        QFETCH(Saved, c);
         QTemporaryDir dir;
         SvgRender render(nullptr, plotFolder(dir), false);
         render.show(4);
-        const QString target = dir.filePath(name);
-        if (existing) {
-            QFile old(target);
-            QVERIFY(old.open(QIODevice::WriteOnly));
-            old.write("old plot");
-        }
-        QCOMPARE(PlotExport::save(render, target, imageSize), saved);
-        if (check == "pdf") {
-            const QByteArray pdf = contents(target);
-            QCOMPARE(pdfPages(pdf), 1);
-            QCOMPARE(pdfPageSizes(pdf), QList<QSize> {plotSize(5)});
-        } else if (check == "image") {
-            QImageReader reader(target);
-            QCOMPARE(reader.size(), imageSize);
-            const QByteArray suffix = QFileInfo(name).suffix().toLower().toLatin1();
-            QCOMPARE(reader.format(), suffix == "jpg" ? QByteArray("jpeg") : suffix);
-        } else if (check == "copy") {
-            QCOMPARE(contents(target), contents(m_plots.filePath("plot5.svg")));
-        } else if (check == "untouched") {
-            QCOMPARE(contents(target), QByteArray("old plot"));
+        const QString target = dir.filePath(c.name);
+        QVERIFY(c.check != "old" || writeOld(target));
+        QCOMPARE(PlotExport::save(render, target, c.imageSize), c.check != "old" && c.check != "");
+        const QByteArray saved = contents(target);
+        if (c.check == "pdf") {
+            QCOMPARE(pdfPages(saved), 1);
+            QCOMPARE(pdfPageSizes(saved), QList<QSize> {plotSize(5)});
+        } else if (c.check == "copy") {
+            QCOMPARE(saved, contents(m_plots.filePath("plot5.svg")));
+        } else if (c.check == "old" || c.check.isEmpty()) {
+            QCOMPARE(saved, c.check);
+            QCOMPARE(QFileInfo::exists(target), c.check == "old");
         } else {
-            QVERIFY(!QFileInfo::exists(target));
+            QImageReader reader(target);
+            QCOMPARE(reader.size(), c.imageSize);
+            QCOMPARE(reader.format(), c.check);
         }
     }
 
@@ -390,16 +462,11 @@ private Q_SLOTS:
         QTest::addColumn<int>("type");
         QTest::addColumn<QString>("filter");
         QTest::addColumn<QString>("proposed");
-        QTest::newRow("pdf preferred (0)") << 0 << "Images ( *.pdf *.png *.jpg *.svg)"
-                                           << "/f/plot4.pdf";
-        QTest::newRow("png preferred (1)") << 1 << "Images ( *.png *.pdf *.jpg *.svg)"
-                                           << "/f/plot4.png";
-        QTest::newRow("jpg preferred (2)") << 2 << "Images ( *.jpg *.pdf *.png *.svg)"
-                                           << "/f/plot4.jpg";
-        QTest::newRow("svg preferred (3)") << 3 << "Images ( *.svg *.pdf *.png *.jpg)"
-                                           << "/f/plot4.svg";
-        QTest::newRow("unknown type falls back to pdf") << 7 << "Images ( *.pdf *.png *.jpg *.svg)"
-                                                        << "/f/plot4.pdf";
+        row("pdf preferred (0)", 0, "Images ( *.pdf *.png *.jpg *.svg)", "/f/plot4.pdf");
+        row("png preferred (1)", 1, "Images ( *.png *.pdf *.jpg *.svg)", "/f/plot4.png");
+        row("jpg preferred (2)", 2, "Images ( *.jpg *.pdf *.png *.svg)", "/f/plot4.jpg");
+        row("svg preferred (3)", 3, "Images ( *.svg *.pdf *.png *.jpg)", "/f/plot4.svg");
+        row("unknown type is pdf", 7, "Images ( *.pdf *.png *.jpg *.svg)", "/f/plot4.pdf");
     }
     void saveDialogTexts()
     {
@@ -412,47 +479,30 @@ private Q_SLOTS:
 
     void panelPaging_data()
     {
-        QTest::addColumn<int>("plots");
-        QTest::addColumn<int>("rightClicks");
-        QTest::addColumn<int>("leftClicks");
-        QTest::addColumn<QString>("label");
-        QTest::addColumn<bool>("leftEnabled");
-        QTest::addColumn<bool>("rightEnabled");
-        QTest::newRow("one plot: both controls off")
-            << 1 << 0 << 0 << "Plot : 1 of 1" << false << false;
-        QTest::newRow("first of twelve") << 12 << 0 << 0 << "Plot : 1 of 12" << false << true;
-        QTest::newRow("middle") << 12 << 5 << 1 << "Plot : 5 of 12" << true << true;
-        QTest::newRow("last: next is off") << 12 << 11 << 0 << "Plot : 12 of 12" << true << false;
-        QTest::newRow("back to the first") << 12 << 2 << 2 << "Plot : 1 of 12" << false << true;
-        QTest::newRow("no plots") << 0 << 0 << 0 << "Plot : 0 of 0" << false << false;
+        QTest::addColumn<Paging>("c");
+        row("one plot: both controls off", Paging {1, 0, 0, "Plot : 1 of 1", false, false});
+        row("first of twelve", Paging {12, 0, 0, "Plot : 1 of 12", false, true});
+        row("middle", Paging {12, 5, 1, "Plot : 5 of 12", true, true});
+        row("last: next is off", Paging {12, 11, 0, "Plot : 12 of 12", true, false});
+        row("no plots", Paging {0, 0, 0, "Plot : 0 of 0", false, false});
     }
     void panelPaging()
     {
-        QFETCH(int, plots);
-        QFETCH(int, rightClicks);
-        QFETCH(int, leftClicks);
-        QFETCH(QString, label);
-        QFETCH(bool, leftEnabled);
-        QFETCH(bool, rightEnabled);
+        QFETCH(Paging, c);
         QTemporaryDir dir;
         WGraphPanel panel;
         panel.show();
-        panel.showPlots(plotFolder(dir, plots));
+        panel.showPlots(plotFolder(dir, c.plots));
         auto *left = panel.findChild<QToolButton *>("tb_left");
         auto *right = panel.findChild<QToolButton *>("tb_right");
-        for (int i = 0; i < rightClicks; ++i)
-            QTest::mouseClick(right, Qt::LeftButton);
-        for (int i = 0; i < leftClicks; ++i)
-            QTest::mouseClick(left, Qt::LeftButton);
-        QCOMPARE(panel.pageText(), label);
-        QCOMPARE(panel.findChild<QLabel *>("lb_page")->text(), label);
-        QCOMPARE(left->isEnabled(), leftEnabled);
-        QCOMPARE(right->isEnabled(), rightEnabled);
-        QCOMPARE(panel.findChild<QToolButton *>("tb_save_plot")->isEnabled(), plots > 0);
-        if (plots > 0) {
-            QCOMPARE(panel.findChild<QGraphicsView *>("graphicsView")->scene(),
-                     panel.render()->scene());
-        }
+        for (int i = 0; i < c.rightClicks + c.leftClicks; ++i)
+            QTest::mouseClick(i < c.rightClicks ? right : left, Qt::LeftButton);
+        QCOMPARE(panel.findChild<QLabel *>("lb_page")->text(), c.label);
+        QCOMPARE(left->isEnabled(), c.leftEnabled);
+        QCOMPARE(right->isEnabled(), c.rightEnabled);
+        QCOMPARE(panel.findChild<QToolButton *>("tb_save_plot")->isEnabled(), c.plots > 0);
+        if (c.plots > 0)
+            QCOMPARE(panel.findChild<QGraphicsView *>()->scene(), panel.render()->scene());
         // While new plots are being made nothing can be paged or saved.
         panel.setBusy(true);
         QVERIFY(!left->isEnabled() && !right->isEnabled());
@@ -462,165 +512,112 @@ private Q_SLOTS:
     void goTo_data()
     {
         QTest::addColumn<bool>("viewer");
-        QTest::addColumn<int>("value");
         QTest::addColumn<bool>("accept");
         QTest::addColumn<QString>("page");
-        QTest::newRow("dock: OK shows the chosen parameter")
-            << false << 7 << true << "Plot : 7 of 12";
-        QTest::newRow("dock: Cancel keeps the page") << false << 7 << false << "Plot : 2 of 12";
-        QTest::newRow("dock: the last parameter") << false << 12 << true << "Plot : 12 of 12";
-        QTest::newRow("viewer: OK shows the chosen parameter")
-            << true << 9 << true << "Parameter 9 of 12";
-        QTest::newRow("viewer: Cancel keeps the page") << true << 9 << false << "Parameter 2 of 12";
+        row("dock: OK shows the chosen parameter", false, true, "Plot : 9 of 12");
+        row("dock: Cancel keeps the page", false, false, "Plot : 2 of 12");
+        row("viewer: OK shows the chosen parameter", true, true, "Parameter 9 of 12");
     }
     void goTo()
     {
         QFETCH(bool, viewer);
-        QFETCH(int, value);
         QFETCH(bool, accept);
         QFETCH(QString, page);
         QTemporaryDir dir;
         WGraphPanel panel;
         panel.showPlots(plotFolder(dir));
-        QTest::mouseClick(panel.findChild<QToolButton *>("tb_right"), Qt::LeftButton);
-        QPointer<GraphViewer> window;
-        QAction *action = panel.findChild<QAction *>("actionGo_to");
-        if (viewer) {
-            QSignalSpy popped(&panel, &WGraphPanel::did_popOut);
-            QTest::mouseClick(panel.findChild<QToolButton *>("tb_popout"), Qt::LeftButton);
-            QCOMPARE(popped.count(), 1);
-            window = popped.first().value(0).value<GraphViewer *>();
-            QVERIFY(window);
-            action = window->findChild<QAction *>("actionGo_to_parameter");
-            QCOMPARE(action->text(), QStringLiteral("Go to parameter..."));
-        }
+        click(&panel, "tb_right");
+        QSignalSpy popped(&panel, &WGraphPanel::did_popOut);
+        if (viewer)
+            click(&panel, "tb_popout");
+        std::unique_ptr<GraphViewer> window(popped.value(0).value(0).value<GraphViewer *>());
         QStringList seen;
-        ModalAnswers answers({answerGoTo(value, accept, &seen)});
-        action->trigger();
-        QVERIFY(answers.done());
-        QCOMPARE(seen,
-                 (QStringList {"Go to...", "Viewing Parameter 2 of 12", QStringLiteral("1-12")}));
+        ModalAnswerer answerer([&](QWidget *vModal) {
+            auto *dialog = qobject_cast<QInputDialog *>(vModal);
+            seen << dialog->windowTitle() << dialog->labelText()
+                 << QString("%1-%2").arg(dialog->intMinimum()).arg(dialog->intMaximum());
+            dialog->setIntValue(9);
+            accept ? dialog->accept() : dialog->reject();
+        });
+        (viewer ? window->findChild<QAction *>("actionGo_to_parameter")
+                : panel.findChild<QAction *>("actionGo_to"))
+            ->trigger();
+        QCOMPARE(seen, (QStringList {"Go to...", "Viewing Parameter 2 of 12", "1-12"}));
         QCOMPARE(viewer ? window->windowTitle() : panel.pageText(), page);
-        if (window)
-            window->close();
     }
 
     void savePlotDialog_data()
     {
-        QTest::addColumn<int>("type");
-        QTest::addColumn<QString>("answer");
-        QTest::addColumn<QString>("written");
-        QTest::addColumn<QString>("format");
-        QTest::newRow("png preferred, answered .png") << 1 << "a.png"
-                                                      << "a.png"
-                                                      << "png";
-        QTest::newRow("jpg preferred, answered .pdf") << 2 << "b.pdf"
-                                                      << "b.pdf"
-                                                      << "pdf";
-        QTest::newRow("svg answer copies the file") << 0 << "c.svg"
-                                                    << "c.svg"
-                                                    << "svg";
-        QTest::newRow("no suffix takes the preferred type") << 2 << "d"
-                                                            << "d.jpg"
-                                                            << "jpg";
-        QTest::newRow("cancel writes nothing") << 1 << ""
-                                               << ""
-                                               << "";
+        QTest::addColumn<Dialog>("c");
+        row("png preferred, answered .png", Dialog {1, "a.png", "a.png", "png"});
+        row("jpg preferred, answered .pdf", Dialog {2, "b.pdf", "b.pdf", "pdf"});
+        row("no suffix takes the preferred type", Dialog {2, "d", "d.jpg", "jpeg"});
+        row("cancel writes nothing", Dialog {1, "", "", ""});
+        row("an existing svg is kept, with a warning", Dialog {3, "old.svg", "old.svg", "old"});
     }
     void savePlotDialog()
     {
-        QFETCH(int, type);
-        QFETCH(QString, answer);
-        QFETCH(QString, written);
-        QFETCH(QString, format);
+        QFETCH(Dialog, c);
         QVariantMap plot = CSettings::instance().plotSettings();
-        plot["dType"] = type;
+        plot["dType"] = c.type;
         CSettings::instance().setPlotSettings(plot);
-        QTemporaryDir dir;
-        QTemporaryDir out;
+        QTemporaryDir dir, out;
         CSettings::instance().setLastSaveFolder(out.path());
+        QVERIFY(c.check != "old" || writeOld(out.filePath("old.svg")));
         WGraphPanel panel;
         panel.setImageSize(500, 250);
         panel.showPlots(plotFolder(dir));
-        QTest::mouseClick(panel.findChild<QToolButton *>("tb_right"), Qt::LeftButton);
-
+        click(&panel, "tb_right");
         QStringList seen;
-        ModalAnswers answers(
-            {answerFileDialog(answer.isEmpty() ? QString() : out.filePath(answer), &seen)});
-        QTest::mouseClick(panel.findChild<QToolButton *>("tb_save_plot"), Qt::LeftButton);
-        QVERIFY(answers.done());
-        QCOMPARE(seen.value(0), QStringLiteral("Save Plot"));
-        QCOMPARE(seen.value(1), PlotExport::proposedName(out.path(), 1, type));
-        QCOMPARE(seen.value(2), PlotExport::filter(type));
-
-        const QStringList files = QDir(out.path()).entryList(QDir::Files);
-        QCOMPARE(files, written.isEmpty() ? QStringList() : QStringList {written});
-        if (format == "svg") {
-            QCOMPARE(contents(out.filePath(written)), contents(m_plots.filePath("plot2.svg")));
-        } else if (format == "pdf") {
-            QCOMPARE(pdfPages(contents(out.filePath(written))), 1);
-        } else if (!format.isEmpty()) {
-            QImageReader reader(out.filePath(written));
-            QCOMPARE(reader.format(), format == "jpg" ? QByteArray("jpeg") : format.toLatin1());
-            QCOMPARE(reader.size(), QSize(500, 250));
+        ModalAnswerer answerer(answerSave(c.answer.isEmpty() ? "" : out.filePath(c.answer), &seen));
+        click(&panel, "tb_save_plot");
+        QCOMPARE(seen.mid(0, 3),
+                 (QStringList {"Save Plot", PlotExport::proposedName(out.path(), 1, c.type),
+                               PlotExport::filter(c.type)}));
+        QCOMPARE(QDir(out.path()).entryList(QDir::Files), QStringList(c.written).filter("."));
+        const QString file = out.filePath(c.written);
+        if (c.check == "old") {
+            QVERIFY(seen.last().startsWith("The plot couldn't be saved to"));
+            QCOMPARE(contents(file), c.check);
+        } else if (c.check == "pdf") {
+            QCOMPARE(pdfPages(contents(file)), 1);
+        } else if (!c.check.isEmpty()) {
+            QCOMPARE(QImageReader(file).format(), c.check);
+            QCOMPARE(QImageReader(file).size(), QSize(500, 250));
         }
-    }
-
-    void savePlotOverExistingSvgWarns()
-    {
-        QTemporaryDir dir;
-        QTemporaryDir out;
-        const QString target = out.filePath("kept.svg");
-        QFile old(target);
-        QVERIFY(old.open(QIODevice::WriteOnly));
-        old.write("old plot");
-        old.close();
-        WGraphPanel panel;
-        panel.showPlots(plotFolder(dir));
-
-        QString warning;
-        ModalAnswers answers({answerFileDialog(target),
-                              answerMessageBox(QMessageBox::Yes), // replace? (the file dialog)
-                              answerMessageBox(QMessageBox::Ok, &warning)});
-        QTest::mouseClick(panel.findChild<QToolButton *>("tb_save_plot"), Qt::LeftButton);
-        QVERIFY(answers.done());
-        QVERIFY2(warning.startsWith("The plot couldn't be saved to"), qPrintable(warning));
-        QCOMPARE(contents(target), QByteArray("old plot"));
     }
 
     void saveAllShowsProgress()
     {
-        QTemporaryDir dir;
-        QTemporaryDir out;
+        QTemporaryDir dir, out;
         CSettings::instance().setLastSaveFolder(out.path());
         WGraphPanel panel;
         panel.show();
         panel.showPlots(plotFolder(dir));
-
+        click(&panel, "tb_right");
+        click(&panel, "tb_right");
         // Read the wait window's count each time the export lets the interface repaint.
-        QStringList shown;
-        bool waitVisible = true;
+        QStringList shown, expected;
         connect(panel.render(), &SvgRender::on_imageSave, &panel, [&] {
             QTimer::singleShot(0, &panel, [&] {
                 auto *wait = panel.findChild<SaveAllWait *>();
-                waitVisible = waitVisible && wait && wait->isVisible()
-                    && wait->windowTitle() == QLatin1String("Saving Plots");
-                shown << (wait ? wait->text() : QString());
+                shown << (wait && wait->isVisible() ? wait->windowTitle() + ": " + wait->text()
+                                                    : "");
             });
         });
-        QStringList seen;
-        ModalAnswers answers({answerFileDialog(out.filePath("plots.pdf"), &seen)});
-        QTest::mouseClick(panel.findChild<QToolButton *>("tb_saveAll_plot"), Qt::LeftButton);
-        QVERIFY(answers.done());
-        QCOMPARE(seen.mid(1), (QStringList {out.filePath("plots.pdf"), "Images ( *.pdf)"}));
-
-        QStringList expected;
         for (int k = 1; k <= kPlots; ++k)
-            expected << QStringLiteral("%1 of 12").arg(k);
+            expected << QStringLiteral("Saving Plots: %1 of 12").arg(k);
+        QStringList seen;
+        ModalAnswerer answerer(answerSave(out.filePath("plots.pdf"), &seen));
+        click(&panel, "tb_saveAll_plot");
+        QCOMPARE(seen.mid(1), (QStringList {out.filePath("plots.pdf"), "Images ( *.pdf)"}));
         QCOMPARE(shown, expected);
-        QVERIFY(waitVisible);
         QVERIFY(!panel.findChild<SaveAllWait *>());
-        QCOMPARE(pdfPages(contents(out.filePath("plots.pdf"))), kPlots);
+        const QByteArray pdf = contents(out.filePath("plots.pdf"));
+        QCOMPARE(pdfPages(pdf), kPlots);
+        // Every page has the size of the plot shown when saving began, which stays shown.
+        QCOMPARE(pdfPageSizes(pdf), QList<QSize> {plotSize(3)});
+        QCOMPARE(panel.pageText(), "Plot : 3 of 12");
     }
 
     void viewerKeepsItsPlotsAndPagesByKeyboard()
@@ -629,39 +626,31 @@ private Q_SLOTS:
         WGraphPanel panel;
         panel.showPlots(plotFolder(*source));
         for (int i = 0; i < 3; ++i)
-            QTest::mouseClick(panel.findChild<QToolButton *>("tb_right"), Qt::LeftButton);
+            click(&panel, "tb_right");
         QSignalSpy popped(&panel, &WGraphPanel::did_popOut);
-        QTest::mouseClick(panel.findChild<QToolButton *>("tb_popout"), Qt::LeftButton);
+        click(&panel, "tb_popout");
         QPointer<GraphViewer> viewer = popped.value(0).value(0).value<GraphViewer *>();
-        QVERIFY(viewer);
-        QVERIFY(viewer->isWindow());
-        QCOMPARE(viewer->windowTitle(), QStringLiteral("Parameter 4 of 12"));
+        QVERIFY(viewer && viewer->isWindow());
+        QCOMPARE(viewer->windowTitle(), "Parameter 4 of 12");
         QVERIFY(QTest::qWaitForWindowActive(viewer));
-
         // The document runs again: its folder goes away, the viewer's plots do not.
         source.reset();
         panel.clearPlots();
         // A button's shortcut shows the press briefly before it clicks.
         QTest::keyClick(viewer, Qt::Key_Right, Qt::ControlModifier);
-        QTRY_COMPARE(viewer->windowTitle(), QStringLiteral("Parameter 5 of 12"));
+        QTRY_COMPARE(viewer->windowTitle(), "Parameter 5 of 12");
         QCOMPARE(viewer->render()->scene()->sceneRect().size().toSize(), plotSize(5));
         QTest::keyClick(viewer, Qt::Key_Left, Qt::ControlModifier);
-        QTRY_COMPARE(viewer->windowTitle(), QStringLiteral("Parameter 4 of 12"));
-        QTest::keyClick(viewer, Qt::Key_Left, Qt::ControlModifier);
-        QTRY_COMPARE(viewer->windowTitle(), QStringLiteral("Parameter 3 of 12"));
-
-        // Typing a page number goes there; a number out of range is put back.
+        QTRY_COMPARE(viewer->windowTitle(), "Parameter 4 of 12");
         auto *page = viewer->findChild<QLineEdit *>("le_page");
-        QCOMPARE(page->text(), QStringLiteral("3"));
+        QCOMPARE(page->text(), "4");
         page->setFocus();
         page->selectAll();
         QTest::keyClicks(page, "11");
         QTest::keyClick(page, Qt::Key_Return);
-        QCOMPARE(viewer->windowTitle(), QStringLiteral("Parameter 11 of 12"));
-        QVERIFY(viewer->findChild<QPushButton *>("pb_left")->isEnabled());
-        QTest::mouseClick(viewer->findChild<QPushButton *>("pb_right"), Qt::LeftButton);
+        QCOMPARE(viewer->windowTitle(), "Parameter 11 of 12");
+        click(viewer, "pb_right");
         QVERIFY(!viewer->findChild<QPushButton *>("pb_right")->isEnabled());
-
         viewer->close();
         QTRY_VERIFY(!viewer);
     }
@@ -673,16 +662,14 @@ private Q_SLOTS:
         const QByteArray oldTemp = qgetenv("TMPDIR");
         // A file where the temporary folder should be: no folder can be made there, even by root.
         qputenv("TMPDIR", QFile::encodeName(m_plots.filePath("burn1.csv")));
-        QString message;
-        ModalAnswers answers({answerMessageBox(QMessageBox::Ok, &message)});
-        QPointer<GraphViewer> viewer = new GraphViewer(nullptr, folder);
+        SeenBox box;
+        ModalAnswerer answerer(clickBox(QMessageBox::Ok, &box));
+        std::unique_ptr<GraphViewer> viewer(new GraphViewer(nullptr, folder));
         qputenv("TMPDIR", oldTemp);
-        QVERIFY(answers.done());
-        QCOMPARE(message, QStringLiteral("Tempoary Directory couldn't be created!"));
+        QCOMPARE(box.text, "Tempoary Directory couldn't be created!");
         QCOMPARE(viewer->render()->count(), 0);
         QVERIFY(!viewer->findChild<QPushButton *>("pb_save")->isEnabled());
         QVERIFY(!viewer->findChild<QPushButton *>("pb_right")->isEnabled());
-        viewer->close();
     }
 
     void viewportFallsBackWithoutOpenGl()
@@ -695,9 +682,8 @@ private Q_SLOTS:
         panel.showPlots(plotFolder(dir));
         panel.show();
         QVERIFY(QTest::qWaitForWindowExposed(&panel));
-        auto *view = panel.findChild<WPlotView *>("graphicsView");
-        QVERIFY(!view->usesOpenGl());
-        QVERIFY(!qobject_cast<QOpenGLWidget *>(view->viewport()));
+        auto *view = panel.findChild<WPlotView *>();
+        QVERIFY(!view->usesOpenGl() && !qobject_cast<QOpenGLWidget *>(view->viewport()));
         // A settings change is applied to an open view without taking it down.
         Q_EMIT CSettings::instance().did_apply();
         QVERIFY(!qobject_cast<QOpenGLWidget *>(view->viewport()));
