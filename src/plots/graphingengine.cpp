@@ -47,10 +47,6 @@ GraphingEngine::~GraphingEngine()
 
 int GraphingEngine::plot(const QString &vFileBase, int vChains, const PlotSettings *vSettings)
 {
-    if (m_busy)
-        return 0;
-    m_busy = true;
-
     const QString base = acceptRequest(vFileBase);
     if (base.isEmpty())
         return 0;
@@ -85,17 +81,11 @@ int GraphingEngine::plot(const QString &vFileBase, int vChains, const PlotSettin
     for (const QString &label : qAsConst(m_labels))
         m_scripts << builder.script(label, column++);
 
-    if (m_next < m_scripts.size())
-        runNext();
-    return 1;
+    return startRuns();
 }
 
 int GraphingEngine::plotDefault(const QString &vFileBase, int vChains)
 {
-    if (m_busy)
-        return 0;
-    m_busy = true;
-
     const QString base = acceptRequest(vFileBase);
     if (base.isEmpty())
         return 0;
@@ -105,19 +95,28 @@ int GraphingEngine::plotDefault(const QString &vFileBase, int vChains)
     for (const QString &label : qAsConst(m_labels))
         m_scripts << builder.defaultScript(label, column++);
 
-    if (m_next < m_scripts.size())
-        runNext();
-    return 1;
+    return startRuns();
 }
 
 QString GraphingEngine::acceptRequest(const QString &vFileBase)
 {
+    // A request while plotting is refused without a word: the running one will report.
+    if (m_busy)
+        return {};
+    m_busy = true;
     // Joined to the folder, an empty name would silently stand for the folder itself.
     const QString base
         = vFileBase.trimmed().isEmpty() ? QString() : m_dir.filePath(vFileBase).trimmed();
     if (base.isEmpty())
         Q_EMIT did_sendErr(QStringLiteral("Data  File Name is Empty"));
     return base;
+}
+
+int GraphingEngine::startRuns()
+{
+    if (m_next < m_scripts.size())
+        runNext();
+    return 1;
 }
 
 void GraphingEngine::sendErr(QString vMessage)

@@ -39,8 +39,11 @@ public Q_SLOTS:
     void finished(int exitCode);
 
 private:
-    // The chain files' common path, or empty (with the message sent) when it cannot be used.
+    // The chain files' common path, or empty when busy or (with the message sent) when it
+    // cannot be used.
     QString acceptRequest(const QString &vFileBase);
+    // Starts the first of the scripts; returns 1, the answer to a request taken.
+    int startRuns();
     void runNext();
     void onProcessError(QProcess::ProcessError vError);
 

@@ -122,7 +122,7 @@ bool SvgRender::saveImage(const QString &vTarget, int vWidth, int vHeight) const
     return false;
 }
 
-bool SvgRender::preparePdf(QPrinter &vPrinter, const QString &vTarget) const
+bool SvgRender::beginPdf(QPrinter &vPrinter, QPainter &vPainter, const QString &vTarget) const
 {
     if (!m_scene)
         return false;
@@ -132,18 +132,18 @@ bool SvgRender::preparePdf(QPrinter &vPrinter, const QString &vTarget) const
     vPrinter.setFullPage(true);
     vPrinter.setPageSize(
         QPageSize(rect.size(), QPageSize::Point, QString(), QPageSize::FuzzyMatch));
+    if (!vPainter.begin(&vPrinter))
+        return false;
+    vPainter.setRenderHint(QPainter::Antialiasing);
     return true;
 }
 
 bool SvgRender::savePdf(const QString &vTarget) const
 {
     QPrinter printer(QPrinter::HighResolution);
-    if (!preparePdf(printer, vTarget))
-        return false;
     QPainter painter;
-    if (!painter.begin(&printer))
+    if (!beginPdf(printer, painter, vTarget))
         return false;
-    painter.setRenderHint(QPainter::Antialiasing);
     m_scene->render(&painter, QRectF(), m_scene->sceneRect(), Qt::KeepAspectRatio);
     return painter.end();
 }
@@ -151,12 +151,9 @@ bool SvgRender::savePdf(const QString &vTarget) const
 bool SvgRender::saveAllPdf(const QString &vTarget)
 {
     QPrinter printer(QPrinter::HighResolution);
-    if (!preparePdf(printer, vTarget))
-        return false;
     QPainter painter;
-    if (!painter.begin(&printer))
+    if (!beginPdf(printer, painter, vTarget))
         return false;
-    painter.setRenderHint(QPainter::Antialiasing);
 
     // The shown plot keeps its own renderer, so the view is untouched while the export runs.
     QSvgRenderer exportRenderer;

@@ -9,6 +9,7 @@
 #include <memory>
 
 class QGraphicsScene;
+class QPainter;
 class QPrinter;
 class QSvgRenderer;
 class QTemporaryDir;
@@ -50,7 +51,8 @@ Q_SIGNALS:
 
 private:
     bool copyPlots(const QString &vPlotDir);
-    bool preparePdf(QPrinter &vPrinter, const QString &vTarget) const;
+    // Sets vPrinter to a PDF page the size of the shown plot and begins vPainter on it.
+    bool beginPdf(QPrinter &vPrinter, QPainter &vPainter, const QString &vTarget) const;
 
     qint32 m_current = 0;
     QStringList m_files;
