@@ -41,10 +41,8 @@ SvgRender::SvgRender(QObject *parent, const QString &vPlotDir, bool vCopy)
     if (vCopy)
         m_valid = copyPlots(vPlotDir);
     if (m_valid) {
-        m_dir.setSorting(QDir::Time | QDir::Reversed);
-        m_dir.setNameFilters(kSvgPattern);
-        m_dir.setFilter(QDir::Files);
-        m_files = m_dir.entryList();
+        for (const QFileInfo &plot : plotsByAge(m_dir))
+            m_files << plot.fileName();
     }
     m_renderer = new QSvgRenderer(this);
 }
