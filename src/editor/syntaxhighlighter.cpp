@@ -146,7 +146,7 @@ void SyntaxHighlighter::addRule(const QString &vPattern, const QTextCharFormat &
     m_passes.append({vFastPattern.isEmpty()
                          ? pattern
                          : compiled(vFastPattern, QRegularExpression::NoPatternOption),
-                     vFormat, vRequired});
+                     vFormat, vRequired.isNull() ? QString() : QString(vRequired)});
 }
 
 // Keywords highlight only when followed by a colon. Every keyword rule has the same format, and a
@@ -170,43 +170,19 @@ void SyntaxHighlighter::addKeywordRules(const QStringList &vKeywords, bool vCase
         if (kPlainKeyword.match(keyword).hasMatch())
             plain.append(keyword);
         else if (pattern.isValid())
-            m_passes.append({pattern, m_keywordFormat, colon});
+            m_passes.append({pattern, m_keywordFormat, QString(colon)});
     }
     if (!plain.isEmpty()) {
         plain.removeDuplicates();
         const QString alternation = kKeywordLead + QStringLiteral("(?:")
             + plain.join(QLatin1Char('|')) + QStringLiteral("):");
-        m_passes.append({compiled(alternation, options), m_keywordFormat, colon});
+        m_passes.append({compiled(alternation, options), m_keywordFormat, QString(colon)});
     }
 }
 
 QList<QTextLayout::FormatRange> SyntaxHighlighter::formatRanges(const QString &vText) const
 {
-    // Which pass coloured each character last; -1 for none.
-    QVarLengthArray<int, 256> owner(vText.size());
-    std::fill(owner.begin(), owner.end(), -1);
-    for (int pass = 0; pass < m_passes.size(); ++pass) {
-        const Pass &current = m_passes.at(pass);
-        if (!current.required.isNull() && !vText.contains(current.required))
-            continue;
-        QRegularExpressionMatchIterator matches = current.pattern.globalMatch(vText);
-        while (matches.hasNext()) {
-            const QRegularExpressionMatch match = matches.next();
-            std::fill(owner.begin() + match.capturedStart(0), owner.begin() + match.capturedEnd(0),
-                      pass);
-        }
-    }
-
-    QList<QTextLayout::FormatRange> ranges;
-    for (int start = 0; start < owner.size();) {
-        int end = start + 1;
-        while (end < owner.size() && owner[end] == owner[start])
-            ++end;
-        if (owner[start] >= 0)
-            ranges.append({start, end - start, m_passes.at(owner[start]).format});
-        start = end;
-    }
-    return ranges;
+    return HighlightPass::formatRanges(vText, m_passes);
 }
 
 void SyntaxHighlighter::highlightBlock(const QString &vText)

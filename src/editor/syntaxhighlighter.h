@@ -1,6 +1,7 @@
 #ifndef SYNTAXHIGHLIGHTER_H
 #define SYNTAXHIGHLIGHTER_H
 
+#include "editor/highlightpass.h"
 #include "editor/syntaxmode.h"
 
 #include <QChar>
@@ -54,14 +55,6 @@ protected:
     void highlightBlock(const QString &vText) override;
 
 private:
-    // One global match over a line. A pass may stand for several rules that share a format.
-    struct Pass
-    {
-        QRegularExpression pattern;
-        QTextCharFormat format;
-        QChar required; // a character every match contains; lines without it are skipped
-    };
-
     void useColours(const QVariantMap &vColours, const QColor &vSpecialComment);
     void addRule(const QString &vPattern, const QTextCharFormat &vFormat, QChar vRequired = {},
                  const QString &vFastPattern = {});
@@ -70,7 +63,8 @@ private:
 
     SyntaxMode m_mode = SyntaxMode::Engine;
     QList<HighlightingRule> m_rules;
-    QList<Pass> m_passes;
+    // What colouring runs: a pass may stand for several rules that share a format.
+    QList<HighlightPass> m_passes;
 
     QTextCharFormat m_keywordFormat;
     QTextCharFormat m_headingFormat;

@@ -225,27 +225,7 @@ QString OutputHighlighter::requiredText(const QString &vPattern)
 
 QList<QTextLayout::FormatRange> OutputHighlighter::formatRanges(const QString &vText) const
 {
-    // The rule colouring each character: where matches overlap the later rule wins.
-    QList<qsizetype> owner(vText.size(), -1);
-    for (qsizetype r = 0; r < m_rules.size(); ++r) {
-        const Rule &rule = m_rules.at(r);
-        if (!rule.requiredText.isEmpty() && !vText.contains(rule.requiredText))
-            continue;
-        QRegularExpressionMatchIterator matches = rule.pattern.globalMatch(vText);
-        while (matches.hasNext()) {
-            const QRegularExpressionMatch match = matches.next();
-            std::fill(owner.begin() + match.capturedStart(), owner.begin() + match.capturedEnd(),
-                      r);
-        }
-    }
-    QList<QTextLayout::FormatRange> ranges;
-    for (qsizetype start = 0, end = 0; start < owner.size(); start = end) {
-        while (end < owner.size() && owner.at(end) == owner.at(start))
-            ++end;
-        if (owner.at(start) >= 0)
-            ranges.append({int(start), int(end - start), m_rules.at(owner.at(start)).format});
-    }
-    return ranges;
+    return HighlightPass::formatRanges(vText, m_rules);
 }
 
 void OutputHighlighter::highlightBlock(const QString &vText)

@@ -1,6 +1,8 @@
 #ifndef OUTPUTHIGHLIGHTER_H
 #define OUTPUTHIGHLIGHTER_H
 
+#include "editor/highlightpass.h"
+
 #include <QList>
 #include <QPointer>
 #include <QRegularExpression>
@@ -18,18 +20,9 @@ class OutputHighlighter : public QSyntaxHighlighter
 {
     Q_OBJECT
 public:
-    struct Rule
-    {
-        QRegularExpression pattern;
-        QTextCharFormat format;
-        // Text every match must contain. A line without it cannot match, so the expression is
-        // not run there: most engine output is rows of numbers that no rule colours.
-        QString requiredText;
-    };
-
     explicit OutputHighlighter(QTextDocument *parent);
 
-    const QList<Rule> &rules() const { return m_rules; }
+    const QList<HighlightPass> &rules() const { return m_rules; }
 
     // Off by default: like any syntax highlighter, every block is highlighted as it changes. On:
     // blocks are highlighted only through highlightBlocks(), so a view holding megabytes of
@@ -65,7 +58,7 @@ private:
     void addRule(const QString &vPattern, const QTextCharFormat &vFormat);
     void addResourceRules(const QString &vResource, const QTextCharFormat &vFormat);
 
-    QList<Rule> m_rules;
+    QList<HighlightPass> m_rules;
     bool m_onDemand = false;
     // While on demand the base class is detached from the document, so it no longer follows
     // every change; the formats go straight to the blocks' layouts.
