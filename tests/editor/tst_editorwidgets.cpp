@@ -4,6 +4,7 @@
 #include "editor/wlisteditor.h"
 #include "editor/wsyntaxeditor.h"
 #include "editor/wtextfinder.h"
+#include "goldentable.h"
 #include "testmain.h"
 
 #include <QLabel>
@@ -74,19 +75,6 @@ QLineEdit *field(QWidget *vParent, const QString &vName)
     return child<QLineEdit>(vParent, vName);
 }
 
-// Tables of edits: the text and selection before, what is done, then the text and selection after.
-void addEditColumns()
-{
-    QTest::addColumn<QString>("before");
-    QTest::addColumn<QString>("action");
-    QTest::addColumn<QString>("after");
-}
-
-void editRow(const char *vName, const char *vBefore, const char *vAction, const char *vAfter)
-{
-    QTest::newRow(vName) << vBefore << vAction << vAfter;
-}
-
 // An editor with its find bar under it, as a document window holds them; replacing with "Q".
 struct FinderWindow
 {
@@ -112,53 +100,9 @@ class TestEditorWidgets : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // A slot by name or a key sequence.
     void editorCommands_data()
     {
-        addEditColumns();
-        const auto row = editRow;
-        row("select line and its break", "ab\nc|d\nef", "selectLine", "ab\n[cd\n|ef");
-        row("select the last line", "ab\nc|d", "selectLine", "ab\n[cd|");
-        row("select lines up to the end", "a[b\ncd\ne|f", "selectLine", "[ab\ncd\nef|");
-
-        row("duplicate a line", "a|bc\nd", "duplicateSelection", "abc\na|bc\nd");
-        row("duplicate backwards", "|ab[\ncd", "duplicateSelection", "ab|ab[\ncd");
-        row("duplicate forwards", "[ab|\ncd", "duplicateSelection", "abab|\nc[d");
-
-        row("indent a line", "a|b", "addIndent", "\ta|b");
-        row("indent backwards", "a|b\nc[d", "addIndent", "\ta|b\n\tc[d");
-        row("indent, not a line only touched", "[ab\ncd\n|ef", "addIndent", "\t[ab\n\tcd\n|ef");
-
-        row("unindent at most four", "     x|", "unIndent", " x|");
-        row("unindent blanks up to a tab", "  \tx|", "unIndent", "x|");
-        row("unindent stops at text", "a|  x", "unIndent", "a|  x");
-        row("unindent from mid-line", "    a[\n  b|", "unIndent", "a[\nb|");
-        row("unindent backwards", "    |a\n\tb[", "unIndent", "|a\nb[");
-        row("unindent nothing", "[a\nb|", "unIndent", "[a\nb|");
-
-        row("uncomment marker and blank", "  # x|", "comment", "  x|");
-        row("uncomment marker", "  #x|", "comment", "  x|");
-        row("comment after the indentation", "  x|", "comment", "  # x|");
-        row("uncomment at line start", "#x|", "comment", "x|");
-        row("uncomment with blank at line start", "# x|", "comment", "x|");
-        row("comment an empty line", "|", "comment", "# |");
-        row("comment a line", "|x", "comment", "# |x");
-        row("block comment at the smallest indentation", "[a\n  # b\n  c|", "comment",
-            "# [a\n#   # b\n#   c|");
-        row("block uncomment one level", "[# a\n#   # b\n#   c|", "comment", "[a\n  # b\n  c|");
-        row("block comment, indented", "[  a\n    b|", "comment", "  [# a\n  #   b|");
-        row("block uncomment backwards", "|#a\n  #b[", "comment", "|a\n  b[");
-
-        row("tab", "a|b", "Tab", "a\t|b");
-        row("tab over a selection in a line", "a[bc|d", "Tab", "a\t|d");
-        row("tab over two lines", "a[b\nc|d", "Tab", "\ta[b\n\tc|d");
-        row("return keeps the indentation", "    abc|def", "Return", "    abc\n    |def");
-        row("return inside the indentation", "  |  abc", "Return", "  \n  |  abc");
-        row("return over a selection", "ab[ |cd", "Return", "ab\n|cd");
-        row("up", "ab\nc[d\ne|f", "Up", "a|b\ncd\nef");
-        row("down", "a[b\nc|d\nef", "Down", "ab\ncd\ne|f");
-        row("shift+up", "ab\ncd\ne[f|", "Shift+Up", "ab\ncd|\ne[f");
-        row("ctrl+shift+left", "ab c|d[", "Ctrl+Shift+Left", "ab |cd[");
+        addTableRows(QFINDTESTDATA("editorcommands.txt"), {"before", "action", "after"});
     }
 
     // Each command is also one undo step.
@@ -275,24 +219,9 @@ private Q_SLOTS:
         QCOMPARE(markedText(*f.editor), QString("|DATA: abc;\nMODEL: ab ~ AB;"));
     }
 
-    // Searching "ab" in any letter case: a button, a shortcut, or Return in a field.
     void finderActions_data()
     {
-        addEditColumns();
-        const auto row = editRow;
-        row("find-next", "|xy Ab aB", "tbFindNext", "xy [Ab| aB");
-        row("find-next stops at the last match", "xy Ab [aB|", "tbFindNext", "xy Ab [aB|");
-        row("find-previous stops at the first match", "xy [Ab| aB", "tbFindPrev", "xy [Ab| aB");
-        row("replace-next, selection no match", "[xy| Ab aB", "tbReplaceNext", "Q [Ab| aB");
-        row("replace-next without a selection", "x|y Ab aB", "tbReplaceNext", "xy [Ab| aB");
-        row("replace-next on a match", "xy [Ab| aB", "tbReplaceNext", "xy Q [aB|");
-        row("replace-previous", "xy Ab [aB|", "tbReplacePrev", "xy [Ab| Q");
-        row("F3", "xy [Ab| aB", "F3", "xy Ab [aB|");
-        row("Shift+F3", "xy Ab [aB|", "Shift+F3", "xy [Ab| aB");
-        row("Ctrl+G", "xy [Ab| aB", "Ctrl+G", "xy Q [aB|");
-        row("Ctrl+Shift+G", "xy Ab [aB|", "Ctrl+Shift+G", "xy [Ab| Q");
-        row("return in the find field", "xy [Ab| aB", "leFind", "xy Ab [aB|");
-        row("return in the replace field", "xy [Ab| aB", "leReplace", "xy Q [aB|");
+        addTableRows(QFINDTESTDATA("finderactions.txt"), {"before", "action", "after"});
     }
 
     void finderActions()
