@@ -49,12 +49,8 @@ QString LineEditing::commentLines(QString vText, const QList<int> &vLineOffsets,
                                   const QString &vMarker)
 {
     const QString insertion = vMarker + kBlank;
-    for (auto it = vLineOffsets.crbegin(); it != vLineOffsets.crend(); ++it) {
-        // A selection may end inside the last line's indentation; that line is left alone
-        // rather than padded out to the column.
-        if (*it + vColumn <= vText.size())
-            vText.insert(*it + vColumn, insertion);
-    }
+    for (auto it = vLineOffsets.crbegin(); it != vLineOffsets.crend(); ++it)
+        vText.insert(*it + vColumn, insertion);
     return vText;
 }
 

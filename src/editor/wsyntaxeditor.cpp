@@ -280,21 +280,38 @@ void WSyntaxEditor::commentSelection()
         block = block.next();
     }
 
-    const QString text = textBetween(first, span.end);
+    // The last line is edited whole even when the selection ends inside its indentation, so
+    // every line the selection touches changes alike.
+    const int lastLine = first + span.lineOffsets.last();
+    const int rangeEnd = qMax(span.end, lineEnd(document()->findBlock(lastLine)));
+    const QString text = textBetween(first, rangeEnd);
     int change = 0;
     int changeFirst = 0;
+    int lastEdit = 0; // where the last line changes, as a document position
+    int lastChange = 0; // and by how much
     QString edited;
     if (minIndent < 0) {
         edited = LineEditing::uncommentLines(text, markerEnds, change, changeFirst);
+        int unused = 0;
+        LineEditing::uncommentLines(text, {markerEnds.last()}, lastChange, unused);
+        lastEdit = first + markerEnds.last() - 1;
     } else {
         edited = LineEditing::commentLines(text, span.lineOffsets, minIndent, m_commentMarker);
         change = 2 * int(span.lineOffsets.size());
         changeFirst = 2;
+        lastEdit = lastLine + minIndent;
+        lastChange = 2;
     }
 
-    replaceBetween(first, span.end, edited);
+    replaceBetween(first, rangeEnd, edited);
+    // The selection's end moves only by what changed before it.
+    const int endShift = change - lastChange
+        + (lastChange > 0 ? (span.end >= lastEdit ? lastChange : 0)
+                          : -qBound(0, span.end - lastEdit, -lastChange));
     // Commenting moves the start side past the marker even from the line start.
-    reselect(span, change, changeFirst <= 0 && span.startsAtLineStart() ? 0 : changeFirst);
+    const int startShift = changeFirst <= 0 && span.startsAtLineStart() ? 0 : changeFirst;
+    const int start = qMin(span.anchor, span.position);
+    reselect(span, qMax(endShift, start + startShift - span.end), startShift);
 }
 
 bool WSyntaxEditor::selectionSpansLines() const
