@@ -68,6 +68,9 @@ public:
     QString commandsFileKeyword() const { return m_store.commandsFileKeyword(); }
     void setCommandsFileKeyword(const QString &v) { m_store.setCommandsFileKeyword(v); }
     QString outputExtension() const { return m_store.outputExtension(); }
+    void setOutputExtension(const QString &v) { m_store.setOutputExtension(v); }
+    QStringList applicationFont() const { return m_store.applicationFont(); }
+    void setKeywords(const QStringList &v) { m_store.setKeywords(v); }
     bool verticalLayout() const { return m_store.verticalLayout(); }
     void setVerticalLayout(bool v) { m_store.setVerticalLayout(v); }
     QByteArray geometry() const { return m_store.geometry(); }
@@ -92,7 +95,9 @@ public:
     void setLastSaveFolder(const QString &v) { m_store.setLastSaveFolder(v); }
     void setDefaultCommandSet(const QString &v) { m_store.setDefaultCommandSet(v); }
     QVariantMap highlightColors() const { return m_store.highlightColors(); }
+    void setHighlightColors(const QVariantMap &v) { m_store.setHighlightColors(v); }
     QVariantMap highlightColorsDark() const { return m_store.highlightColorsDark(); }
+    void setHighlightColorsDark(const QVariantMap &v) { m_store.setHighlightColorsDark(v); }
     QString mplusToolName() const { return m_store.mplusToolName(); }
     void setMplusToolName(const QString &v) { m_store.setMplusToolName(v); }
     bool autoCheck() const { return m_store.autoCheck(); }

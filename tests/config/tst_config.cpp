@@ -300,6 +300,61 @@ private Q_SLOTS:
         QCOMPARE(settings.outputExtension(), QStringLiteral("tovrel-out"));
     }
 
+    // Every setting written through the controller reaches the store under its literal key, the
+    // name existing profiles hold it under.
+    void settingsKeys()
+    {
+        MSettings settings;
+        CSettings c(settings);
+        c.setCommandLineToolName("/opt/t");
+        c.setCommandLineToolNameDontAsk(true);
+        c.setCommandLineToolParams({"-v"});
+        c.setCommandsFileKeyword("@F");
+        c.setOutputExtension("out");
+        c.setVerticalLayout(true);
+        c.setGeometry("g");
+        c.setDarkModeSet(false);
+        c.setApplicationFont("Sans", 10);
+        c.setPreviousVersion({"1", "2"});
+        c.setPlotSettings({{"bIter", 5}});
+        c.setVersion("4.0.1");
+        c.setDataCommand("D");
+        c.setVariablesCommand("V");
+        c.setVariablesSeparator(",");
+        c.setVariablesCasesensetive(true);
+        c.setMissingAsDefault(true);
+        c.setMissingCommand("M");
+        c.setMissingValue(-9);
+        c.setEditorFont("Serif", 15);
+        c.setKeywords({"FOO"});
+        c.setComment("!");
+        c.setCasesensetive(true);
+        c.setOutputFont("Mono", 8);
+        c.setAdvanceHighlight(false);
+        c.setCleanBeforeRun(false);
+        c.setLastOpenFolder("/o");
+        c.setLastSaveFolder("/s");
+        c.setDefaultCommandSet("DATA: x;");
+        c.setHighlightColors({{"number", "#010101"}});
+        c.setHighlightColorsDark({{"number", "#020202"}});
+        c.setMplusToolName("/m");
+        c.setAutoCheck(false);
+        QCOMPARE(c.applicationFont(), QStringList({"Sans", "10"}));
+        QStringList stored;
+        QSettings store;
+        for (const QString &key : store.allKeys()) {
+            const QVariant value = store.value(key);
+            QStringList shown = value.toStringList();
+            for (auto [name, entry] : value.toMap().asKeyValueRange())
+                shown << name + ":" + entry.toString();
+            stored << key + " = " + (shown.isEmpty() ? value.toString() : shown.join(','));
+        }
+        stored.sort();
+        QFile golden(QFINDTESTDATA("settingskeys.txt"));
+        QVERIFY(golden.open(QIODevice::ReadOnly | QIODevice::Text));
+        QCOMPARE(stored.join('\n') + '\n', QString::fromUtf8(golden.readAll()));
+    }
+
     void fontParsing_data()
     {
         QTest::addColumn<QStringList>("list");
