@@ -115,16 +115,29 @@ bool FileHandling::save(const QString &vText)
 {
     if (!isValid(true))
         return false;
+    const auto write = [&vText](QFileDevice &vFile) {
+        QTextStream stream(&vFile);
+        stream << vText;
+        stream.flush();
+        return stream.status() == QTextStream::Ok;
+    };
     // Written beside the file and renamed over it only when complete, so a failed or interrupted
     // save leaves the previous file whole.
-    QSaveFile file(m_fileName);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
-        return false;
-    QTextStream stream(&file);
-    stream << vText;
-    stream.flush();
-    if (stream.status() != QTextStream::Ok || !file.commit())
-        return false;
+    QSaveFile atomic(m_fileName);
+    if (atomic.open(QIODevice::WriteOnly | QIODevice::Text)) {
+        if (!write(atomic) || !atomic.commit())
+            return false;
+    } else {
+        // No temporary file can be made in the folder (one the user may not write in, holding a
+        // file the user may): the file itself is rewritten instead.
+        QFile inPlace(m_fileName);
+        if (!inPlace.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))
+            return false;
+        const bool written = write(inPlace) && inPlace.flush();
+        inPlace.close();
+        if (!written || inPlace.error() != QFileDevice::NoError)
+            return false;
+    }
     setLines(vText);
     Q_EMIT did_save();
     qDebug(" ~ did_save ~ ");
