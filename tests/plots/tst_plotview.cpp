@@ -175,6 +175,7 @@ struct Dialog
     int type;
     QString answer, written;
     QByteArray check; // image format, "pdf", or "old" for a file kept
+    bool viewer = false; // saved from the pop-out viewer rather than the dock
 };
 
 } // namespace
@@ -253,8 +254,14 @@ private Q_SLOTS:
         QCOMPARE(joined(*panel, &QLineEdit::text), c.left.isEmpty() ? "||||" : c.left);
         QCOMPARE(render.size(), c.focus.isEmpty() && !c.result.isEmpty() ? 1 : 0);
         QCOMPARE(panel->isVisible(), !c.focus.isEmpty());
-        if (!c.focus.isEmpty())
+        if (!c.focus.isEmpty()) {
             QCOMPARE(panel->focusWidget()->objectName(), c.focus);
+            return;
+        }
+        QStringList shown; // the values now in force
+        for (int value : valuesOf(*panel))
+            shown << (value == -1 ? "MAX" : QString::number(value));
+        QCOMPARE(joined(*panel, &QLineEdit::placeholderText), shown.join('|'));
     }
 
     void settingsClosing_data()
@@ -349,6 +356,8 @@ private Q_SLOTS:
         QVERIFY(spinner.isVisible() && !parent.isEnabled());
         QCOMPARE(spinner.geometry(), QRect(150 - 20, 100 - 20, 40, 40));
         QTRY_VERIFY(spinner.currentCounter() > 0);
+        spinner.setNumberOfLines(12); // restarts the cycle
+        QCOMPARE(spinner.currentCounter(), 0);
         spinner.stop();
         QVERIFY(!spinner.isVisible() && parent.isEnabled() && spinner.currentCounter() == 0);
         spinner.setNumberOfLines(3);
@@ -554,12 +563,15 @@ private Q_SLOTS:
         row("no suffix takes the preferred type", Dialog {2, "d", "d.jpg", "jpeg"});
         row("cancel writes nothing", Dialog {1, "", "", ""});
         row("an existing svg is kept, with a warning", Dialog {3, "old.svg", "old.svg", "old"});
+        row("the viewer saves at the stored size", Dialog {1, "v.png", "v.png", "png", true});
     }
     void savePlotDialog()
     {
         QFETCH(Dialog, c);
         QVariantMap plot = CSettings::instance().plotSettings();
         plot["dType"] = c.type;
+        plot["width"] = 320;
+        plot["height"] = 160;
         CSettings::instance().setPlotSettings(plot);
         QTemporaryDir dir, out;
         CSettings::instance().setLastSaveFolder(out.path());
@@ -568,9 +580,13 @@ private Q_SLOTS:
         panel.setImageSize(500, 250);
         panel.showPlots(plotFolder(dir));
         click(&panel, "tb_right");
+        QSignalSpy popped(&panel, &WGraphPanel::did_popOut);
+        if (c.viewer)
+            click(&panel, "tb_popout");
+        std::unique_ptr<GraphViewer> viewer(popped.value(0).value(0).value<GraphViewer *>());
         QStringList seen;
         ModalAnswerer answerer(answerSave(c.answer.isEmpty() ? "" : out.filePath(c.answer), &seen));
-        click(&panel, "tb_save_plot");
+        c.viewer ? click(viewer.get(), "pb_save") : click(&panel, "tb_save_plot");
         QCOMPARE(seen.mid(0, 3),
                  (QStringList {"Save Plot", PlotExport::proposedName(out.path(), 1, c.type),
                                PlotExport::filter(c.type)}));
@@ -583,7 +599,7 @@ private Q_SLOTS:
             QCOMPARE(pdfPages(contents(file)), 1);
         } else if (!c.check.isEmpty()) {
             QCOMPARE(QImageReader(file).format(), c.check);
-            QCOMPARE(QImageReader(file).size(), QSize(500, 250));
+            QCOMPARE(QImageReader(file).size(), c.viewer ? QSize(320, 160) : QSize(500, 250));
         }
     }
 

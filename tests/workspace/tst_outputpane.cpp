@@ -296,6 +296,9 @@ private Q_SLOTS:
         // New colours reach the lines in view.
         switchToDarkColors();
         QCOMPARE(mask(pane.document()->firstBlock(), MSettings::darkColors()).at(0), 'w');
+        // So does text replaced whole, as when the run's output file takes the stream's place.
+        pane.setText("ERROR: replaced\n" + QString("   1   0.998\n").repeated(3000));
+        QTRY_COMPARE(mask(pane.document()->firstBlock(), MSettings::darkColors()).at(0), 'e');
     }
 };
 
