@@ -1,5 +1,6 @@
 #include "config/csettings.h"
 #include "editor/syntaxhighlighter.h"
+#include "goldentable.h"
 #include "testmain.h"
 
 #include <QRandomGenerator>
@@ -177,56 +178,18 @@ private Q_SLOTS:
         QVERIFY2(mismatch.isEmpty(), qPrintable(mismatch));
     }
 
-    // Setup words: "mplus" for the Mplus mode, "plain" without advanced highlighting, "case" for
-    // case-sensitive keywords. Expected: a colour role, "special" or "plain", then bold, italic.
     void colours_data()
     {
-        QTest::addColumn<QString>("setup");
-        QTest::addColumn<QString>("line");
-        QTest::addColumn<int>("start");
-        QTest::addColumn<int>("length");
-        QTest::addColumn<QString>("expected");
-        const auto row = [](const char *vName, const char *vSetup, const char *vLine, int vStart,
-                            int vLength, const char *vExpected) {
-            QTest::newRow(vName) << vSetup << vLine << vStart << vLength << vExpected;
-        };
-        row("keyword with colon", "", "DATA: mydata.dat;", 0, 5, "function bold");
-        row("keyword without colon", "", "DATA mydata", 0, 4, "plain");
-        row("unknown command: heading with its blank", "", "FOO: x;", 0, 5, "constant italic");
-        row("lower-case keyword", "", "data: x;", 0, 5, "function bold");
-        row("lower-case keyword when case counts", "case", "data: x;", 0, 6, "constant italic");
-        row("keyword after a blank", "", "  SEED: 1", 2, 5, "function bold");
-        row("keyword glued to a word", "", "xDATA: 1", 0, 7, "constant italic");
-        row("fraction after a blank", "", "SEED: .5;", 6, 2, "number");
-        row("negative number after a parenthesis", "plain", "f(-1.25)", 2, 5, "number");
-        row("digit after a letter", "", "x1", 1, 1, "plain");
-        row("arrow without advanced highlighting", "plain", "y -> x", 2, 2, "plain");
-        row("two-headed arrow", "", "y <-> x", 2, 3, "operator");
-        row("and", "", "a and b", 2, 3, "operator");
-        row("and inside a word", "", "android", 0, 3, "plain");
-        row("minus of a negative number", "", "(-2)", 1, 1, "operator");
-        row("quotes from the first to the last quote", "", "\"a\" x \"b\"", 0, 9, "quotes");
-        row("marker inside quotes starts a comment", "", "x \"a # b\" y", 5, 6, "comment");
-        row("quotes before the marker", "", "x \"a # b\" y", 2, 3, "quotes");
-        row("comment over a keyword", "", "# DATA: 1", 0, 9, "comment");
-        row("special comment", "", "#! note", 0, 7, "special bold italic");
-        row("special comment in mplus mode", "mplus", "#! BETA", 0, 7, "special bold italic");
-        row("mplus comment", "mplus", "x ! y", 2, 3, "comment");
-        row("marker alone in mplus mode", "mplus plain", "x # y", 2, 1, "plain");
-        row("mplus keyword with a blank", "mplus", "MODEL INDIRECT: y", 0, 15, "function bold");
-        row("mplus keyword with two blanks", "mplus", "MODEL  INDIRECT: y", 0, 16, "plain");
-        row("mplus has no headings", "mplus", "FOO: x", 0, 4, "plain");
-        row("engine keyword in mplus mode", "mplus", "SEED: 1", 0, 4, "plain");
-        row("heading after a long chain of words", "", "MODEL INDIRECT:MODEL INDIRECT:;DATA:", 31,
-            5, "constant italic");
+        addTableRows(QFINDTESTDATA("highlightcolours.txt"),
+                     {"setup", "line", "start", "length", "expected"});
     }
 
     void colours()
     {
         QFETCH(QString, setup);
         QFETCH(QString, line);
-        QFETCH(int, start);
-        QFETCH(int, length);
+        QFETCH(QString, start);
+        QFETCH(QString, length);
         QFETCH(QString, expected);
         configure(!setup.contains("plain"), setup.contains("case"));
         QTextDocument document(line);
@@ -238,7 +201,7 @@ private Q_SLOTS:
         if (parts.first() != "plain")
             parts.first() = colourOf(parts.first());
         const Formats formats = blockFormats(document.firstBlock());
-        for (int i = start; i < start + length; ++i)
+        for (int i = start.toInt(); i < start.toInt() + length.toInt(); ++i)
             QCOMPARE(describe(formats.at(i)) + QStringLiteral(" @%1").arg(i),
                      parts.join(' ') + QStringLiteral(" @%1").arg(i));
     }

@@ -1,3 +1,4 @@
+#include "goldentable.h"
 #include "testmain.h"
 #include "traceplots.h"
 
@@ -110,46 +111,9 @@ class TestPlotEngine : public QObject
 private Q_SLOTS:
     void labelText_data()
     {
-        QTest::addColumn<QString>("type");
-        QTest::addColumn<QString>("argument");
-        QTest::addColumn<QString>("expected");
-        const QString sd = "Standard Deviation", var = "Variance", l2 = "Level-2";
-        const QString stb = "Standardized Beta";
-        row("beta intercept", "Beta", "Intercept", "Y intercept");
-        row("beta predictor upper-cased", "Beta", "x1", "Y regressed on X1");
-        row("standardized beta", stb, "x1", "Y regressed on (standardized) X1");
-        row("intercept is beta's", stb, "Intercept", "Y regressed on (standardized) INTERCEPT");
-        row("odds ratio", "Odds Ratio", "Intercept", "Y regressed on (odds ratio) INTERCEPT");
-        row("r2 keeps its case", "R2", "Pred", "Y: Proportion of variance explained by Pred");
-        row("level residual variance", "Level-1", "Residual Var.", "Y level-1 residual variance");
-        row("level regression", l2, "#1 ~ x", "Y#1 regressed on X at level-2");
-        row("level regression, no number", l2, "# ~ x", "Y# regressed on X at level-2");
-        row("level variance", l2, "Var(#1)", "Y#1 level-2 residual variance");
-        row("covariance", l2, "Cov(#1,#2)", "Level-2 residual covariance between Y#1 and Y#2");
-        row("level in a longer type", "In Level-3", "Var(#2)", "Y#2 in level-3 residual variance");
-        row("level fallback", "Level-3", "x", "Y regressed on X at level-3");
-        row("level variance needs a number", l2, "Var(x)", "Y regressed on VAR(X) at level-2");
-        row("level code is case-sensitive", "level-2", "x", "Y");
-        row("variance L2 intercept", var, "L2 Intercept (i)", "Y level-2 intercept variance");
-        row("variance L3 intercept", var, "L3 Intercept (i)", "Y level-3 intercept variance");
-        row("variance residual", var, "Residual Var.", "Y residual variance");
-        row("var intercept pair", var, "L2 (i), x", "Y level-2 covariance between intercept and X");
-        row("variance pair", var, "L2 x, z", "Y level-2 covariance between X and Z");
-        row("variance slope", var, "L3 x", "Y level-3 slope variance of X");
-        row("variance takes no sd residual", var, "Residual SD", "Y Variance Residual SD");
-        row("variance unknown code keeps fields", var, "x", "Y Variance x");
-        row("sd L2 intercept", sd, "L2 Intercept (i)", "Y level-2 intercept standard deviation");
-        row("sd L3 intercept", sd, "L3 Intercept (i)", "Y level-3 intercept standard deviation");
-        row("sd residual", sd, "Residual SD", "Y residual standard deviation");
-        row("sd intercept pair", sd, "L2 (i), x", "Y level-2 correlation between intercept and X");
-        row("sd pair", sd, "L2 x, z", "Y level-2 correlation between X and Z");
-        row("sd slope", sd, "L2 x", "Y level-2 slope standard deviation of X");
-        row("sd takes no var residual", sd, "Residual Var.", "Y Standard Deviation Residual Var.");
-        row("grand mean", "Grand Mean", "any", "Y grand mean");
-        row("grand mean with suffix", "Grand Mean (L2)", "any", "Y (L2) grand mean");
-        row("threshold drops three characters", "Threshold", "abc2", "Y threshold 2");
-        row("unknown type is the owner alone", "Mystery", "x", "Y");
+        addTableRows(QFINDTESTDATA("labels.txt"), {"type", "argument", "expected"});
     }
+
     void labelText()
     {
         QFETCH(QString, type);

@@ -1,6 +1,7 @@
 #include "testmain.h"
 
 #include "config/csettings.h"
+#include "goldentable.h"
 #include "modalanswerer.h"
 #include "testfiles.h"
 #include "workspace/plotrequests.h"
@@ -251,81 +252,37 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(QStringLiteral("/proc/%1").arg(pid)));
     }
 
-    // The box column holds "title|text" of the one message box expected, if any.
     void scriptRequests_data()
     {
-        QTest::addColumn<QString>("script");
-        QTest::addColumn<bool>("plot");
-        QTest::addColumn<int>("chains");
-        QTest::addColumn<QString>("box");
-        QTest::addColumn<bool>("autoPlot");
-        QTest::addColumn<int>("answer");
-        QTest::addColumn<QString>("engine");
-        const QString bygroup = "The PLOT command is unavaiable with the BYGROUP command.";
-        const QString ask = "Warning!|" + bygroup + "\nContinue without plotting?";
-        auto row
-            = [](const char *vName, const QString &vScript, bool vPlot, int vChains,
-                 const QString &vBox = {}, bool vAutoPlot = false, int vAnswer = QMessageBox::Ok) {
-                  QTest::newRow(vName)
-                      << vScript << vPlot << vChains << vBox << vAutoPlot << vAnswer << kConfigured;
-              };
-        auto engineRow = [](const char *vName, const QString &vScript, const QString &vEngine) {
-            QTest::newRow(vName) << vScript << false << 2 << QString() << false
-                                 << int(QMessageBox::Ok) << vEngine;
-        };
-        const QString home = QDir::homePath();
-        // clang-format off
-        row("upper case plot command", "DATA: x.dat;\nPLOTS: traceplot;", true, 2);
-        row("colon without blank", "plots:traceplot;", true, 2);
-        row("singular command, plural value, tab", "Plot:\tTRACEPLOTS;", true, 2);
-        row("unknown plot keyword stops at it", "plots: traceplot psr;\nchains: 5;", true, 2, "Error!|Plot keyword not recognized.\nOffending specification: \"psr\"");
-        row("bygroup before plots is an error", "bygroup: school;\nplots: traceplot;", false, 2, "Error!|" + bygroup);
-        row("bygroup after plots asks, OK drops plotting", "plots: traceplot;\nbygroup: g;\nchains: 3;", false, 3, ask);
-        row("bygroup after plots asks, Cancel stops with plotting on", "plots: traceplot;\nbygroup: g;\nchains: 3;", true, 2, ask, false, QMessageBox::Cancel);
-        row("bygroup with auto plot on asks too", "bygroup: school;", false, 2, ask, true);
-        row("bygroup without plotting asks nothing", "bygroup: school;", false, 2);
-        row("singular chain command without blank", "chain:3;", false, 3);
-        row("chain count in words reads as zero", "CHAINS: four;", false, 0);
-        row("empty chain command keeps two", "chains:;", false, 2);
-        row("psr after a chain count keeps the count", "chains: 4;\noptions: psr;", false, 4);
-        row("plot request inside a comment", "# plots: traceplot\nDATA: x.dat;", false, 2);
-        row("comment after a command", "DATA: x.dat; # plots: traceplot\nchains: 3;", false, 3);
-        row("no plot command keeps auto plot", "DATA: x.dat;\nMODEL: y ~ x;", true, 2, {}, true);
-        row("plot word as a value of another command", "MODEL: traceplot ~ x;", false, 2);
-        row("engine line not first", "DATA: x.dat;\n#! beta\n", false, 2);
-        engineRow("engine line: preview", "#! preview\nDATA: x.dat;", CSettings::previewEnginePath());
-        engineRow("engine line: beta without blank", "#!BETA\nDATA: x.dat;", CSettings::previewEnginePath());
-        engineRow("engine line: base", "#! base\n", CSettings::stableEnginePath());
-        engineRow("engine line: stable, only line", "#!  Stable  ", CSettings::stableEnginePath());
-        engineRow("engine line: path under home", "#! ~/engines/tovrel\nDATA: x.dat;", home + "/engines/tovrel");
-        engineRow("engine line: home alone", "#! ~", home);
-        engineRow("engine line: another user's home is a plain path", "#! ~ann/tovrel", "~ann/tovrel");
-        engineRow("engine line: absolute path with blanks", "#! /opt/my engines/tovrel\n", "/opt/my engines/tovrel");
-        engineRow("engine line: a colon in the path gains a blank", "#! C:/engines/tovrel.exe\n", "C: /engines/tovrel.exe");
-        QTest::newRow("engine line does not hide the commands") << "#! beta\nchains: 4;\nplots: traceplot;" << true << 4 << "" << false << int(QMessageBox::Ok) << CSettings::previewEnginePath();
-        // clang-format on
+        addTableRows(QFINDTESTDATA("scriptrequests.txt"),
+                     {"script", "plot", "chains", "box", "autoPlot", "answer", "engine"});
     }
     void scriptRequests()
     {
         QFETCH(QString, script);
-        QFETCH(bool, plot);
-        QFETCH(int, chains);
+        QFETCH(QString, plot);
+        QFETCH(QString, chains);
         QFETCH(QString, box);
-        QFETCH(bool, autoPlot);
-        QFETCH(int, answer);
+        QFETCH(QString, autoPlot);
+        QFETCH(QString, answer);
         QFETCH(QString, engine);
         if (script.startsWith("chains:;"))
             QTest::ignoreMessage(QtDebugMsg, "Cannot parse chains - setting to 1");
         QWidget document;
         SeenBox seen;
-        PlotRequests requests(kConfigured, autoPlot);
+        PlotRequests requests(kConfigured, autoPlot == "1");
         {
-            ModalAnswerer answerer(clickBox(QMessageBox::StandardButton(answer), &seen));
+            ModalAnswerer answerer(clickBox(answer == "ok" ? QMessageBox::Ok : QMessageBox::Cancel,
+                                            &seen));
             requests.evaluate(script, &document);
         }
-        QCOMPARE(requests.plotThisRun(), plot);
-        QCOMPARE(requests.requestedChains(), chains);
-        QCOMPARE(requests.enginePath(), engine);
+        QCOMPARE(requests.plotThisRun(), plot == "1");
+        QCOMPARE(requests.requestedChains(), chains.toInt());
+        const QMap<QString, QString> engines {{"configured", kConfigured},
+                                              {"stable", CSettings::stableEnginePath()},
+                                              {"preview", CSettings::previewEnginePath()}};
+        QCOMPARE(requests.enginePath(),
+                 engines.value(engine, QString(engine).replace("{home}", QDir::homePath())));
         QCOMPARE(seen.count, box.isEmpty() ? 0 : 1);
         if (seen.count) {
             QCOMPARE(seen.title + '|' + seen.text, box);

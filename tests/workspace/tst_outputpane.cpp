@@ -1,6 +1,7 @@
 #include "testmain.h"
 
 #include "config/csettings.h"
+#include "goldentable.h"
 #include "config/msettings.h"
 #include "workspace/outputhighlighter.h"
 #include "workspace/woutputpane.h"
@@ -85,53 +86,12 @@ private:
 };
 
 // Lines as the engine writes them, and lines written to find the corners of the rules.
-const QStringList kCorpus {
-    QString(75, '-'),
-    "                     TOVREL COMPUTATIONAL ENGINE  (version 3.1)",
-    QString(67, '-'),
-    "ALGORITHMIC OPTIONS SPECIFIED:",
-    "  Burn-in iterations     2000",
-    "DATA INFORMATION:",
-    "  NOTE: 12 cases with missing values on every variable were dropped.",
-    "MODEL INFORMATION:",
-    "  Outcome Variable: math_score",
-    "  Dependent Variable: reading  Outcome Variable: writing",
-    "  Complete predictor: female",
-    "  Missing predictor: ses",
-    "  Latent Variable: ability",
-    "  Covariance Matrix: level-2 residuals",
-    "  Means Model: empty",
-    "  Complete variable: age",
-    "  Missing variable: income",
-    "  Level-1 outcome model block:",
-    "  Level-1 block: outcome block: x",
-    "block: at the start",
-    " xblock:",
-    "ITERATION HISTORY",
-    "        100    1.023    1.045   -0.012   -1.230    0.998",
-    "BURN-IN POTENTIAL SCALE REDUCTION (PSR) OUTPUT:",
-    "BURN-IN POTENTIAL SCALE REDUCTION xPSRx OUTPUT",
-    "  WARNING: PSR above 1.1 at iteration 500. ERROR: chain 2 diverged",
-    "ERROR: WARNING: NOTE: all three",
-    "WARNING:WARNING:",
-    "  WARNING: MODEL FIT could not be computed",
-    "  Outcome Variable: MODEL FIT",
-    "RESULTS: ANALYSIS MODEL ESTIMATES (continued)",
-    "METROPOLIS-HASTINGS ACCEPTANCE RATES",
-    "WARNING MESSAGES",
-    "IMPUTED DATA SUMMARIES SIMULATED DATA SUMMARIES",
-    "VARIABLE ORDER IN SIMULATED DATA",
-    "OUTCOME MODEL ESTIMATES COVARIATE MODEL ESTIMATES",
-    "PREDICTOR MODEL ESTIMATES  CORRELATIONS AMONG RESIDUALS  GENERATED PARAMETERS",
-    "VARIABLES IN IMPUTATION MODEL  PARAMETER INFORMATION",
-    QString(12, '-') + " PARAMETER LABELS " + QString(12, '-'),
-    QString(11, '-'),
-    QString(10, '-'),
-    "Outcome Variable:",
-    "Outcome Variable: ",
-    "outcome variable: lower case is not a label",
-    "note: lower case is not a note",
-    ""};
+QStringList corpus()
+{
+    QFile file(QFINDTESTDATA("outputcorpus.txt"));
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()).split('\n')
+                                          : QStringList();
+}
 
 void switchToDarkColors()
 {
@@ -154,24 +114,7 @@ private Q_SLOTS:
 
     void precedence_data()
     {
-        QTest::addColumn<QString>("line");
-        QTest::addColumn<QString>("expected");
-        // clang-format off
-        QTest::newRow("warning and error on one line") << "  WARNING: a ERROR: b" << "..wwwwwwww...eeeeee..";
-        QTest::newRow("only the name after a variable label") << "  Outcome Variable: math" << "...................vvvvv";
-        QTest::newRow("heading inside a longer line") << "see: MODEL FIT here" << ".....hhhhhhhhh.....";
-        QTest::newRow("dots of the PSR heading match its parentheses") << "BURN-IN POTENTIAL SCALE REDUCTION (PSR) OUTPUT:" << QString(46, 'h') + ".";
-        QTest::newRow("block name runs to the last block:") << "  L1 block: y block: z" << ".ccccccccccccccccccc..";
-        QTest::newRow("error wins over a block name") << " x ERROR: block:" << ".cceeeeeeccccccc";
-        QTest::newRow("variable wins over a heading") << "Outcome Variable: MODEL FIT" << ".................vvvvvvvvvv";
-        QTest::newRow("warning and heading side by side") << "WARNING: MODEL FIT" << "wwwwwwww.hhhhhhhhh";
-        QTest::newRow("note") << "NOTE: dropped" << "nnnnn........";
-        QTest::newRow("banner row") << QString(75, '-') << QString(75, 'f');
-        QTest::newRow("eleven hyphens are a banner") << "x " + QString(11, '-') << ".." + QString(11, 'f');
-        QTest::newRow("ten hyphens are not") << QString(10, '-') << QString(10, '.');
-        QTest::newRow("iteration row stays plain") << "   100   1.023  -0.5" << "....................";
-        QTest::newRow("label without a name") << "Outcome Variable:" << QString(17, '.');
-        // clang-format on
+        addTableRows(QFINDTESTDATA("outputprecedence.txt"), {"line", "expected"});
     }
     void precedence()
     {
@@ -195,7 +138,9 @@ private Q_SLOTS:
     void sameAsApplyingTheRulesOneByOne()
     {
         QFETCH(bool, dark);
-        QTextDocument document(kCorpus.join('\n'));
+        const QStringList lines = corpus();
+        QVERIFY(lines.size() > 40);
+        QTextDocument document(lines.join('\n'));
         OutputHighlighter highlighter(&document);
         if (dark)
             switchToDarkColors();
@@ -205,7 +150,7 @@ private Q_SLOTS:
         const ReferenceHighlighter reference;
         QCOMPARE(highlighter.rules().size(), reference.ruleCount());
         QTextBlock block = document.firstBlock();
-        for (const QString &line : kCorpus) {
+        for (const QString &line : lines) {
             QCOMPARE(block.text(), line);
             QCOMPARE(mask(block, colors), reference.mask(line));
             block = block.next();
