@@ -1,6 +1,7 @@
 #include "config/csettings.h"
 #include "config/mconfiguration.h"
 #include "config/msettings.h"
+#include "goldentable.h"
 #include "testmain.h"
 
 #include <QColor>
@@ -123,22 +124,7 @@ private Q_SLOTS:
 
     void colorTables_data()
     {
-        QTest::addColumn<QString>("role");
-        QTest::addColumn<QString>("light");
-        QTest::addColumn<QString>("dark");
-        // clang-format off
-        QTest::newRow("number") << "number" << "#800080" << "#ae81ff";
-        QTest::newRow("function") << "function" << "#0000ff" << "#a6e22e";
-        QTest::newRow("comment") << "comment" << "#808080" << "#75715e";
-        QTest::newRow("quotes") << "quotes" << "#008000" << "#e6db74";
-        QTest::newRow("lineHi") << "lineHi" << "#f0f5fa" << "#333333";
-        QTest::newRow("selected") << "selected" << "#77a8f7" << "#444444";
-        QTest::newRow("warning") << "warning" << "#cccc00" << "#ffc400";
-        QTest::newRow("error") << "error" << "#800000" << "#f9355a";
-        QTest::newRow("heading") << "heading" << "#808080" << "#808080";
-        QTest::newRow("constant repeats selected") << "constant" << "#77a8f7" << "#3da17e";
-        QTest::newRow("light operator is invalid") << "operator" << "" << "#f92672";
-        // clang-format on
+        addTableRows(QFINDTESTDATA("colours.txt"), {"role", "light", "dark"});
     }
     void colorTables()
     {
@@ -293,13 +279,6 @@ private Q_SLOTS:
                  MSettings::resourceLines(MSettings::kDefaultKeywordsResource));
     }
 
-    void outputExtensionIsConstant()
-    {
-        MSettings settings;
-        settings.setOutputExtension("txt");
-        QCOMPARE(settings.outputExtension(), QStringLiteral("tovrel-out"));
-    }
-
     // Every setting written through the controller reaches the store under its literal key, the
     // name existing profiles hold it under.
     void settingsKeys()
@@ -340,6 +319,7 @@ private Q_SLOTS:
         c.setMplusToolName("/m");
         c.setAutoCheck(false);
         QCOMPARE(c.applicationFont(), QStringList({"Sans", "10"}));
+        QCOMPARE(c.outputExtension(), "tovrel-out"); // whatever is stored
         QStringList stored;
         QSettings store;
         for (const QString &key : store.allKeys()) {
@@ -357,26 +337,15 @@ private Q_SLOTS:
 
     void fontParsing_data()
     {
-        QTest::addColumn<QStringList>("list");
-        QTest::addColumn<bool>("parsed");
-        QTest::addColumn<QString>("family");
-        QTest::addColumn<int>("size");
-        // clang-format off
-        QTest::newRow("family and size") << QStringList{"Serif", "14"} << true << "Serif" << 14;
-        QTest::newRow("blanks trimmed") << QStringList{"  Serif ", " 9 "} << true << "Serif" << 9;
-        QTest::newRow("size not a number still parses") << QStringList{"Serif", "abc"} << true << "Serif" << 7;
-        QTest::newRow("blank family keeps family") << QStringList{" ", "11"} << true << "Base" << 11;
-        QTest::newRow("one entry fails") << QStringList{"Serif"} << false << "Base" << 7;
-        QTest::newRow("three entries fail") << QStringList{"Serif", "12", "bold"} << false << "Base" << 7;
-        // clang-format on
+        addTableRows(QFINDTESTDATA("fonts.txt"), {"list", "parsed", "family", "size"});
     }
     void fontParsing()
     {
-        QFETCH(QStringList, list);
+        QFETCH(QString, list);
         QFont font("Base", 7);
-        QTEST(CSettings::parseFont(list, font), "parsed");
+        QTEST(QVariant(CSettings::parseFont(list.split('|'), font)).toString(), "parsed");
         QTEST(font.family(), "family");
-        QTEST(font.pointSize(), "size");
+        QTEST(QString::number(font.pointSize()), "size");
     }
 
     void fontSettersTakeEffectOnApply()
@@ -433,44 +402,33 @@ private Q_SLOTS:
 
     void engineCheck_data()
     {
-        QTest::addColumn<bool>("storedExists");
-        QTest::addColumn<bool>("stableExists");
-        QTest::addColumn<bool>("checkDefault");
-        QTest::addColumn<QString>("expectedEngine");
-        QTest::addColumn<int>("failures");
-        // clang-format off
-        QTest::newRow("user choice stands") << true << true << false << "custom" << 0;
-        QTest::newRow("user choice stands without stable") << true << false << false << "custom" << 0;
-        QTest::newRow("missing choice replaced silently") << false << true << false << "stable" << 0;
-        QTest::newRow("nothing to fall back on") << false << false << false << "custom" << 1;
-        QTest::newRow("default check replaces choice") << true << true << true << "stable" << 0;
-        QTest::newRow("default check without stable") << true << false << true << "custom" << 1;
-        // clang-format on
+        addTableRows(QFINDTESTDATA("enginecheck.txt"),
+                     {"storedExists", "stableExists", "checkDefault", "expected", "failures"});
     }
     void engineCheck()
     {
-        QFETCH(bool, storedExists);
-        QFETCH(bool, stableExists);
-        QFETCH(bool, checkDefault);
-        QFETCH(QString, expectedEngine);
+        QFETCH(QString, storedExists);
+        QFETCH(QString, stableExists);
+        QFETCH(QString, checkDefault);
+        QFETCH(QString, expected);
         QTemporaryDir folder;
         const QString custom = folder.filePath("my engine");
         std::unique_ptr<FileGuard> customFile, stableFile;
-        if (storedExists)
+        if (storedExists == "1")
             customFile = std::make_unique<FileGuard>(custom);
-        if (stableExists)
+        if (stableExists == "1")
             stableFile = std::make_unique<FileGuard>(CSettings::stableEnginePath());
         MSettings settings;
         settings.setCommandLineToolName(custom);
         CSettings controller(settings);
         QSignalSpy failed(&controller, &CSettings::notifyTovrelCheckFailed);
-        if (checkDefault)
+        if (checkDefault == "1")
             controller.checkCommandLineTool(true);
         else
             Q_EMIT controller.do_checkCommandLineTool();
-        QTEST(int(failed.count()), "failures");
+        QTEST(QString::number(failed.count()), "failures");
         QCOMPARE(settings.commandLineToolName(),
-                 expectedEngine == "stable" ? CSettings::stableEnginePath() : custom);
+                 expected == "stable" ? CSettings::stableEnginePath() : custom);
     }
 
     void resetCommandLineTool_data()

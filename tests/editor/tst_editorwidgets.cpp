@@ -271,42 +271,23 @@ private Q_SLOTS:
         QCOMPARE(close.first().first().toBool(), false);
     }
 
-    // Lists are written with commas; the current item afterwards is not checked when empty.
     void listEditorButtons_data()
     {
-        QTest::addColumn<QString>("items");
-        QTest::addColumn<int>("currentRow");
-        QTest::addColumn<QString>("buttonName");
-        QTest::addColumn<QString>("expected");
-        QTest::addColumn<QString>("expectedCurrent");
-        const auto row = [](const char *vName, const char *vItems, int vRow, const char *vButton,
-                            const char *vExpected, const char *vCurrent) {
-            QTest::newRow(vName) << vItems << vRow << vButton << vExpected << vCurrent;
-        };
-        row("insert into an empty list", "", -1, "tbInsert", "New Item 1", "New Item 1");
-        row("insert above the current row", "a,b,c", 1, "tbInsert", "a,New Item 4,b,c",
-            "New Item 4");
-        row("insert without a current row", "a", -1, "tbInsert", "New Item 2,a", "New Item 2");
-        row("up", "a,b,c,d", 2, "tbUp", "a,c,b,d", "c");
-        row("down", "a,b,c,d", 1, "tbDown", "a,c,b,d", "b");
-        row("up from the top", "a,b,c,d", 0, "tbUp", "a,b,c,d", "a");
-        row("down from the bottom", "a,b,c,d", 3, "tbDown", "a,b,c,d", "d");
-        row("up from the bottom, counted from the row made current", "a,b,c,d", 3, "tbUp",
-            "a,d,b,c", "d");
-        row("delete", "a,b,c,d", 1, "tbDelete", "a,c,d", "");
+        addTableRows(QFINDTESTDATA("listeditor.txt"),
+                     {"items", "currentRow", "buttonName", "expected", "expectedCurrent"});
     }
 
     void listEditorButtons()
     {
         QFETCH(QString, items);
-        QFETCH(int, currentRow);
+        QFETCH(QString, currentRow);
         QFETCH(QString, buttonName);
         QFETCH(QString, expected);
         QFETCH(QString, expectedCurrent);
         WListEditor editor;
         editor.setItems(items.split(',', Qt::SkipEmptyParts));
         auto *list = child<QListWidget>(&editor, "listWidget");
-        list->setCurrentRow(currentRow);
+        list->setCurrentRow(currentRow.toInt());
         QTest::mouseClick(button(&editor, buttonName), Qt::LeftButton);
         QCOMPARE(editor.items(), expected.split(','));
         if (!expectedCurrent.isEmpty()) {

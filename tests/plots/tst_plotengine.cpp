@@ -1,4 +1,5 @@
 #include "goldentable.h"
+#include "testfiles.h"
 #include "testmain.h"
 #include "traceplots.h"
 
@@ -16,12 +17,6 @@ template<typename... T>
 void row(const char *vName, const T &...vValues)
 {
     (QTest::newRow(vName) << ... << vValues);
-}
-
-void writeFile(const QString &vPath, const QByteArray &vContents)
-{
-    QFile file(vPath);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(vContents) == vContents.size());
 }
 
 bool isCompleteSvg(const QByteArray &vSvg)
@@ -63,8 +58,7 @@ struct Run
     }
     QByteArray svg(int vParameter) const
     {
-        QFile file(dir.filePath(QStringLiteral("plot%1.svg").arg(vParameter)));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        return readFile(dir.filePath(QStringLiteral("plot%1.svg").arg(vParameter)));
     }
     QTemporaryDir dir;
     std::unique_ptr<GraphingEngine> engine;

@@ -1,4 +1,6 @@
+#include "goldentable.h"
 #include "modalanswerer.h"
+#include "testfiles.h"
 #include "testmain.h"
 #include "traceplots.h"
 
@@ -30,11 +32,6 @@ namespace {
 
 const int kPlots = 12;
 using Ints = QList<int>;
-const Ints kD {1, -1, -1, 900, 400};
-const QString kMax = "Max is only allowed for number of chains and stop iteration!";
-const QString kNaN = "Non-numeric value given!";
-const QString kPos = "All values must be greater than zero.";
-const QString kOrder = "Start Iterations must be less than Stop Iterations.";
 
 template<typename... T>
 void row(const char *vName, const T &...vValues)
@@ -46,18 +43,6 @@ void row(const char *vName, const T &...vValues)
 QSize plotSize(int vParameter)
 {
     return {400 + 20 * vParameter, 300};
-}
-
-QByteArray contents(const QString &vFile)
-{
-    QFile file(vFile);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool writeOld(const QString &vFile)
-{
-    QFile file(vFile);
-    return file.open(QIODevice::WriteOnly) && file.write("old") == 3;
 }
 
 int pdfPages(const QByteArray &vPdf)
@@ -78,6 +63,14 @@ QList<QSize> pdfPageSizes(const QByteArray &vPdf)
             sizes << size;
     }
     return sizes;
+}
+
+Ints ints(const QString &vJoined)
+{
+    Ints values;
+    for (const QString &value : vJoined.split('|'))
+        values << value.toInt();
+    return values;
 }
 
 QVariantMap plotValues(const Ints &v)
@@ -140,16 +133,6 @@ void click(QWidget *vParent, const char *vButton)
     QTest::mouseClick(vParent->findChild<QAbstractButton *>(vButton), Qt::LeftButton);
 }
 
-struct Check
-{
-    Ints start;
-    QString typed; // the five rows' texts, joined by '|'
-    QStringList messages;
-    Ints result; // empty: the start values
-    QString left; // the rows' texts afterwards; empty: all cleared
-    QString focus; // the row holding the cursor; empty: the panel closed
-};
-
 struct Fade
 {
     int distance, lines;
@@ -161,13 +144,6 @@ struct Saved
     QString name;
     QSize imageSize;
     QByteArray check; // image format, "pdf", "copy", or what is left in the file
-};
-
-struct Paging
-{
-    int plots, rightClicks, leftClicks;
-    QString label;
-    bool leftEnabled, rightEnabled;
 };
 
 struct Dialog
@@ -211,37 +187,28 @@ private Q_SLOTS:
     // clears its row; only a value below 1 among the first three lets the rest go through.
     void settingsValidation_data()
     {
-        QTest::addColumn<Check>("c");
-        const Ints d {1, 500, 2, 900, 400};
-        row("all empty changes nothing", Check {kD, "||||", {}, {}, "", ""});
-        row("every row applied",
-            Check {kD, "100|900|2|640|300", {}, {100, 900, 2, 640, 300}, "", ""});
-        row("same values change nothing", Check {kD, "1|||900|400", {}, {}, "", ""});
-        row("Max in any case", Check {d, "|MAX|mAx||", {}, {1, -1, -1, 900, 400}, "", ""});
-        row("max in start", Check {kD, "max|50|||", {kMax}, {}, "|50|||", "le_begin"});
-        row("Max in height", Check {kD, "||||Max", {kMax}, {}, "", "le_height"});
-        row("width before height", Check {kD, "|||1x|0", {kNaN}, {}, "||||0", "le_width"});
-        row("start 0 cleared, rest applied",
-            Check {kD, "0|||640|", {kPos}, {1, -1, -1, 640, 400}, "", ""});
-        row("every row below 1 reported", Check {kD, "-3|||0|-5", {kPos, kPos, kPos}, {}, "", ""});
-        row("non-numeric stop", Check {kD, "5|ten||640|", {kNaN}, {}, "5|||640|", "le_end"});
-        row("stop before chains", Check {kD, "|x|y||", {kNaN}, {}, "||y||", "le_end"});
-        row("chains 0", Check {kD, "||0|640|", {kPos}, {}, "|||640|", "le_nchain"});
-        row("start equal to stop", Check {kD, "500|500|2||", {kOrder}, {}, "||2||", "le_begin"});
-        row("start above the current stop", Check {d, "600||||", {kOrder}, {}, "", "le_begin"});
-        row("stop below the current start",
-            Check {{100, -1, -1, 9, 4}, "|50|||", {kOrder}, {}, "", "le_begin"});
-        row("stop Max lets any start pass",
-            Check {d, "70|max|||", {}, {70, -1, 2, 900, 400}, "", ""});
+        addTableRows(QFINDTESTDATA("settingsvalidation.txt"),
+                     {"start", "typed", "messages", "result", "left", "focus"});
     }
     void settingsValidation()
     {
-        QFETCH(Check, c);
-        auto panel = settingsPanel(c.start);
+        QFETCH(QString, start);
+        QFETCH(QString, typed);
+        QFETCH(QString, messages);
+        QFETCH(QString, result);
+        QFETCH(QString, left);
+        QFETCH(QString, focus);
+        const QMap<QString, QString> texts {
+            {"max", "Max is only allowed for number of chains and stop iteration!"},
+            {"nan", "Non-numeric value given!"},
+            {"pos", "All values must be greater than zero."},
+            {"order", "Start Iterations must be less than Stop Iterations."}};
+        const Ints before = ints(start);
+        auto panel = settingsPanel(before);
         QVERIFY(QTest::qWaitForWindowActive(panel.get()));
         QSignalSpy render(panel.get(), &PlotSettings::needs_Render);
         for (int i = 0; i < 5; ++i)
-            QTest::keyClicks(field(*panel, i), c.typed.section('|', i, i));
+            QTest::keyClicks(field(*panel, i), typed.section('|', i, i));
         QStringList seen;
         ModalAnswerer answerer([&seen](QWidget *vModal) {
             auto *box = qobject_cast<QMessageBox *>(vModal);
@@ -249,13 +216,16 @@ private Q_SLOTS:
             box->button(QMessageBox::Ok)->click();
         });
         click(panel.get(), "pb_OK");
-        QCOMPARE(seen, c.messages.replaceInStrings(QRegularExpression("^"), "Error!: "));
-        QCOMPARE(valuesOf(*panel), c.result.isEmpty() ? c.start : c.result);
-        QCOMPARE(joined(*panel, &QLineEdit::text), c.left.isEmpty() ? "||||" : c.left);
-        QCOMPARE(render.size(), c.focus.isEmpty() && !c.result.isEmpty() ? 1 : 0);
-        QCOMPARE(panel->isVisible(), !c.focus.isEmpty());
-        if (!c.focus.isEmpty()) {
-            QCOMPARE(panel->focusWidget()->objectName(), c.focus);
+        QStringList expected;
+        for (const QString &key : messages.split(',', Qt::SkipEmptyParts))
+            expected << "Error!: " + texts.value(key);
+        QCOMPARE(seen, expected);
+        QCOMPARE(valuesOf(*panel), result.isEmpty() ? before : ints(result));
+        QCOMPARE(joined(*panel, &QLineEdit::text), left.isEmpty() ? "||||" : left);
+        QCOMPARE(render.size(), focus.isEmpty() && !result.isEmpty() ? 1 : 0);
+        QCOMPARE(panel->isVisible(), !focus.isEmpty());
+        if (!focus.isEmpty()) {
+            QCOMPARE(panel->focusWidget()->objectName(), focus);
             return;
         }
         QStringList shown; // the values now in force
@@ -426,7 +396,7 @@ private Q_SLOTS:
         QCOMPARE(render.scene()->sceneRect().size().toSize(), plotSize(2));
         QTemporaryDir out;
         QVERIFY(render.saveSvg(out.filePath("kept.svg")));
-        QCOMPARE(contents(out.filePath("kept.svg")), contents(m_plots.filePath("plot2.svg")));
+        QCOMPARE(readFile(out.filePath("kept.svg")), readFile(m_plots.filePath("plot2.svg")));
     }
 
     void saveBySuffix_data()
@@ -448,14 +418,15 @@ private Q_SLOTS:
         SvgRender render(nullptr, plotFolder(dir), false);
         render.show(4);
         const QString target = dir.filePath(c.name);
-        QVERIFY(c.check != "old" || writeOld(target));
+        if (c.check == "old")
+            writeFile(target, "old");
         QCOMPARE(PlotExport::save(render, target, c.imageSize), c.check != "old" && c.check != "");
-        const QByteArray saved = contents(target);
+        const QByteArray saved = readFile(target);
         if (c.check == "pdf") {
             QCOMPARE(pdfPages(saved), 1);
             QCOMPARE(pdfPageSizes(saved), QList<QSize> {plotSize(5)});
         } else if (c.check == "copy") {
-            QCOMPARE(saved, contents(m_plots.filePath("plot5.svg")));
+            QCOMPARE(saved, readFile(m_plots.filePath("plot5.svg")));
         } else if (c.check == "old" || c.check.isEmpty()) {
             QCOMPARE(saved, c.check);
             QCOMPARE(QFileInfo::exists(target), c.check == "old");
@@ -468,49 +439,40 @@ private Q_SLOTS:
 
     void saveDialogTexts_data()
     {
-        QTest::addColumn<int>("type");
-        QTest::addColumn<QString>("filter");
-        QTest::addColumn<QString>("proposed");
-        row("pdf preferred (0)", 0, "Images ( *.pdf *.png *.jpg *.svg)", "/f/plot4.pdf");
-        row("png preferred (1)", 1, "Images ( *.png *.pdf *.jpg *.svg)", "/f/plot4.png");
-        row("jpg preferred (2)", 2, "Images ( *.jpg *.pdf *.png *.svg)", "/f/plot4.jpg");
-        row("svg preferred (3)", 3, "Images ( *.svg *.pdf *.png *.jpg)", "/f/plot4.svg");
-        row("unknown type is pdf", 7, "Images ( *.pdf *.png *.jpg *.svg)", "/f/plot4.pdf");
+        addTableRows(QFINDTESTDATA("savedialogtexts.txt"), {"type", "filter", "proposed"});
     }
     void saveDialogTexts()
     {
-        QFETCH(int, type);
+        QFETCH(QString, type);
         QFETCH(QString, filter);
         QFETCH(QString, proposed);
-        QCOMPARE(PlotExport::filter(type), filter);
-        QCOMPARE(PlotExport::proposedName("/f", 3, type), proposed);
+        QCOMPARE(PlotExport::filter(type.toInt()), filter);
+        QCOMPARE(PlotExport::proposedName("/f", 3, type.toInt()), proposed);
     }
 
     void panelPaging_data()
     {
-        QTest::addColumn<Paging>("c");
-        row("one plot: both controls off", Paging {1, 0, 0, "Plot : 1 of 1", false, false});
-        row("first of twelve", Paging {12, 0, 0, "Plot : 1 of 12", false, true});
-        row("middle", Paging {12, 5, 1, "Plot : 5 of 12", true, true});
-        row("last: next is off", Paging {12, 11, 0, "Plot : 12 of 12", true, false});
-        row("no plots", Paging {0, 0, 0, "Plot : 0 of 0", false, false});
+        addTableRows(QFINDTESTDATA("paging.txt"), {"plots", "clicks", "label", "enabled"});
     }
     void panelPaging()
     {
-        QFETCH(Paging, c);
+        QFETCH(QString, plots);
+        QFETCH(QString, clicks);
+        QFETCH(QString, label);
+        QFETCH(QString, enabled);
+        const int count = plots.toInt(), rightClicks = clicks.section(',', 0, 0).toInt();
         QTemporaryDir dir;
         WGraphPanel panel;
         panel.show();
-        panel.showPlots(plotFolder(dir, c.plots));
+        panel.showPlots(plotFolder(dir, count));
         auto *left = panel.findChild<QToolButton *>("tb_left");
         auto *right = panel.findChild<QToolButton *>("tb_right");
-        for (int i = 0; i < c.rightClicks + c.leftClicks; ++i)
-            QTest::mouseClick(i < c.rightClicks ? right : left, Qt::LeftButton);
-        QCOMPARE(panel.findChild<QLabel *>("lb_page")->text(), c.label);
-        QCOMPARE(left->isEnabled(), c.leftEnabled);
-        QCOMPARE(right->isEnabled(), c.rightEnabled);
-        QCOMPARE(panel.findChild<QToolButton *>("tb_save_plot")->isEnabled(), c.plots > 0);
-        if (c.plots > 0)
+        for (int i = 0; i < rightClicks + clicks.section(',', 1).toInt(); ++i)
+            QTest::mouseClick(i < rightClicks ? right : left, Qt::LeftButton);
+        QCOMPARE(panel.findChild<QLabel *>("lb_page")->text(), label);
+        QCOMPARE(QString("%1,%2").arg(left->isEnabled()).arg(right->isEnabled()), enabled);
+        QCOMPARE(panel.findChild<QToolButton *>("tb_save_plot")->isEnabled(), count > 0);
+        if (count > 0)
             QCOMPARE(panel.findChild<QGraphicsView *>()->scene(), panel.render()->scene());
         // While new plots are being made nothing can be paged or saved.
         panel.setBusy(true);
@@ -575,7 +537,8 @@ private Q_SLOTS:
         CSettings::instance().setPlotSettings(plot);
         QTemporaryDir dir, out;
         CSettings::instance().setLastSaveFolder(out.path());
-        QVERIFY(c.check != "old" || writeOld(out.filePath("old.svg")));
+        if (c.check == "old")
+            writeFile(out.filePath("old.svg"), "old");
         WGraphPanel panel;
         panel.setImageSize(500, 250);
         panel.showPlots(plotFolder(dir));
@@ -594,9 +557,9 @@ private Q_SLOTS:
         const QString file = out.filePath(c.written);
         if (c.check == "old") {
             QVERIFY(seen.last().startsWith("The plot couldn't be saved to"));
-            QCOMPARE(contents(file), c.check);
+            QCOMPARE(readFile(file), c.check);
         } else if (c.check == "pdf") {
-            QCOMPARE(pdfPages(contents(file)), 1);
+            QCOMPARE(pdfPages(readFile(file)), 1);
         } else if (!c.check.isEmpty()) {
             QCOMPARE(QImageReader(file).format(), c.check);
             QCOMPARE(QImageReader(file).size(), c.viewer ? QSize(320, 160) : QSize(500, 250));
@@ -629,7 +592,7 @@ private Q_SLOTS:
         QCOMPARE(seen.mid(1), (QStringList {out.filePath("plots.pdf"), "Images ( *.pdf)"}));
         QCOMPARE(shown, expected);
         QVERIFY(!panel.findChild<SaveAllWait *>());
-        const QByteArray pdf = contents(out.filePath("plots.pdf"));
+        const QByteArray pdf = readFile(out.filePath("plots.pdf"));
         QCOMPARE(pdfPages(pdf), kPlots);
         // Every page has the size of the plot shown when saving began, which stays shown.
         QCOMPARE(pdfPageSizes(pdf), QList<QSize> {plotSize(3)});

@@ -1,6 +1,7 @@
 #include "testmain.h"
 
 #include "config/csettings.h"
+#include "goldentable.h"
 #include "modalanswerer.h"
 #include "testfiles.h"
 #include "workspace/filehandling.h"
@@ -212,36 +213,24 @@ private Q_SLOTS:
 
     void separator_data()
     {
-        QTest::addColumn<QByteArray>("contents");
-        QTest::addColumn<bool>("consistent");
-        QTest::addColumn<QChar>("separator");
-        // clang-format off
-        QTest::newRow("a tab among blanks is the separator") << QByteArray("id score\n   \n\n \t\n") << true << QChar('\t');
-        QTest::newRow("empty file") << QByteArray() << true << QChar(' ');
-        QTest::newRow("a single line gives an empty sample") << QByteArray("1,2,3") << true << QChar(' ');
-        QTest::newRow("digits stay, so numbers and commas are inconsistent") << QByteArray("a,b\n1,2\n3,4\n") << false << QChar('1');
-        QTest::newRow("one repeated character is a separator") << QByteArray("a;b\n;;\n ; ;\n") << true << QChar(';');
-        QTest::newRow("the header line is not part of the sample") << QByteArray("a,b;c\n  \n") << true << QChar(' ');
-        QTest::newRow("only lines 2 to 21 count") << QByteArray("h\n" + QByteArray(" \n").repeated(20) + "1,2\n") << true << QChar(' ');
-        QTest::newRow("line 21 still counts") << QByteArray("h\n" + QByteArray(" \n").repeated(19) + "1,2\n") << false << QChar('1');
-        QTest::newRow("CR LF line ends read as line breaks") << QByteArray("a b\r\n  \r\n  \r\n") << true << QChar(' ');
-        // clang-format on
+        addTableRows(QFINDTESTDATA("separators.txt"), {"contents", "consistent", "separator"});
     }
     void separator()
     {
-        QFETCH(QByteArray, contents);
-        QFETCH(bool, consistent);
-        QFETCH(QChar, separator);
+        QFETCH(QString, contents);
+        QFETCH(QString, consistent);
+        QFETCH(QString, separator);
+        const bool ok = consistent == "1";
         FileHandling handler;
-        openFile(handler, path("data.dat"), contents, true);
+        openFile(handler, path("data.dat"), contents.toUtf8(), true);
         SeenBox seen;
         {
             ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
-            QCOMPARE(handler.checkSeparator(), consistent);
+            QCOMPARE(handler.checkSeparator(), ok);
         }
-        QCOMPARE(handler.separator(), separator);
-        QCOMPARE(seen.count, consistent ? 0 : 1);
-        if (!consistent)
+        QCOMPARE(QString(handler.separator()), separator);
+        QCOMPARE(seen.count, ok ? 0 : 1);
+        if (!ok)
             QCOMPARE(seen.title + '|' + seen.text, "Warning|Not a consistent separator");
         // The header test never finds one, whatever the first line holds.
         bool found = true;
