@@ -2,6 +2,7 @@
 #include "config/mconfiguration.h"
 #include "config/msettings.h"
 #include "goldentable.h"
+#include "testfiles.h"
 #include "testmain.h"
 
 #include <QColor>
@@ -20,9 +21,7 @@ public:
     explicit FileGuard(const QString &vPath, const QByteArray &vContents = "engine")
         : m_path(vPath)
     {
-        QFile file(m_path);
-        if (file.open(QIODevice::WriteOnly))
-            file.write(vContents);
+        writeFile(m_path, vContents);
     }
     ~FileGuard() { QFile::remove(m_path); }
 
@@ -61,21 +60,13 @@ private Q_SLOTS:
 
     void resources_data()
     {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<int>("lines");
-        QTest::addColumn<QString>("first");
-        QTest::addColumn<QString>("last");
-        // clang-format off
-        QTest::newRow("default command set") << ":/strings/sDefaultCommandSet" << 13 << "DATA: ;" << "SAVE: ;";
-        QTest::newRow("engine keywords") << ":/strings/sDefaultKeyowrds" << 53 << "DATA" << "DROPOUT";
-        QTest::newRow("mplus keywords") << ":/strings/sMplusKeywords" << 24 << "TITLE" << "PLOT";
-        QTest::newRow("project information") << ":/strings/sProjectInformation" << 4 << "tovrel" << "Tovrel Studio Version";
-        // clang-format on
+        addTableRows(QFINDTESTDATA("resources.txt"), {"path", "count", "first", "last"});
     }
     void resources()
     {
         QFETCH(QString, path);
-        QFETCH(int, lines);
+        QFETCH(QString, count);
+        const int lines = count.toInt();
         const QString text = MSettings::resourceText(path);
         // Every line, the last included, ends in CR LF, and there are no bare line feeds.
         QCOMPARE(text.count(QStringLiteral("\r\n")), lines);
@@ -142,34 +133,25 @@ private Q_SLOTS:
 
     void flagFile_data()
     {
-        QTest::addColumn<QByteArray>("contents");
-        QTest::addColumn<bool>("importVisible");
-        QTest::addColumn<bool>("cleanVisible");
-        // clang-format off
-        QTest::newRow("no file") << QByteArray() << false << false;
-        QTest::newRow("true without section") << QByteArray("Settings.ImportData.Visible=true\n") << true << false;
-        QTest::newRow("numeric one") << QByteArray("Settings.ImportData.Visible=1\nSyntax.CleanBeforeRun.Visible=1\n") << true << true;
-        QTest::newRow("the word yes is not set") << QByteArray("Settings.ImportData.Visible=yes\n") << false << false;
-        QTest::newRow("false") << QByteArray("Settings.ImportData.Visible=false\n") << false << false;
-        // clang-format on
+        addTableRows(QFINDTESTDATA("flags.txt"), {"contents", "importVisible", "cleanVisible"});
     }
     void flagFile()
     {
-        QFETCH(QByteArray, contents);
+        QFETCH(QString, contents);
         QTemporaryDir folder;
         const QString path = folder.filePath("tovrel.conf");
-        if (!contents.isNull()) {
-            QFile file(path);
-            QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write(contents);
-        }
+        if (contents != "none")
+            writeFile(path, contents.toUtf8());
         MConfiguration configuration;
         configuration.load(path);
-        QTEST(configuration.value(MConfiguration::ImportSettingsVisible).toBool(), "importVisible");
-        QTEST(configuration.value(MConfiguration::CleanBeforeRunVisible).toBool(), "cleanVisible");
+        const auto shown = [&configuration](int vFlag) {
+            return QVariant(configuration.value(vFlag).toBool()).toString();
+        };
+        QTEST(shown(MConfiguration::ImportSettingsVisible), "importVisible");
+        QTEST(shown(MConfiguration::CleanBeforeRunVisible), "cleanVisible");
         QCOMPARE(configuration.value(MConfiguration::ImportDataEditable).toBool(), false);
         QVERIFY(!configuration.value(42).isValid());
-        QCOMPARE(QFile::exists(path), !contents.isNull()); // the flag file is never written
+        QCOMPARE(QFile::exists(path), contents != "none"); // the flag file is never written
     }
 
     void flagFileBesideProgram()
@@ -211,32 +193,22 @@ private Q_SLOTS:
 
     void commandLineToolParams_data()
     {
-        QTest::addColumn<QVariant>("stored");
-        QTest::addColumn<QString>("keyword");
-        QTest::addColumn<QStringList>("expected");
-        using L = QStringList;
-        // clang-format off
-        QTest::newRow("nothing stored") << QVariant() << QString() << L{"$COMMANDS"};
-        QTest::newRow("empty list") << QVariant(L()) << QString() << L{"$COMMANDS"};
-        QTest::newRow("options only") << QVariant(L{"-v", "--fast"}) << QString() << L{"$COMMANDS", "-v", "--fast"};
-        QTest::newRow("keyword already there") << QVariant(L{"-v", "$COMMANDS"}) << QString() << L{"-v", "$COMMANDS"};
-        QTest::newRow("keyword in another case is not it") << QVariant(L{"$commands"}) << QString() << L{"$COMMANDS", "$commands"};
-        QTest::newRow("keyword inside an element is not it") << QVariant(L{"--in=$COMMANDS"}) << QString() << L{"$COMMANDS", "--in=$COMMANDS"};
-        QTest::newRow("custom keyword") << QVariant(L{"-x", "$COMMANDS"}) << QString("@FILE") << L{"@FILE", "-x", "$COMMANDS"};
-        // clang-format on
+        addTableRows(QFINDTESTDATA("toolparams.txt"), {"stored", "keyword", "expected"});
     }
     void commandLineToolParams()
     {
-        QFETCH(QVariant, stored);
+        QFETCH(QString, stored);
         QFETCH(QString, keyword);
         MSettings settings;
-        if (stored.isValid())
-            settings.setCommandLineToolParams(stored.toStringList());
+        const QStringList list = stored.split('|', Qt::SkipEmptyParts);
+        if (stored != "none")
+            settings.setCommandLineToolParams(list);
         if (!keyword.isEmpty())
             settings.setCommandsFileKeyword(keyword);
-        QTEST(settings.commandLineToolParams(), "expected");
+        QTEST(settings.commandLineToolParams().join('|'), "expected");
         // Reading never writes the keyword back.
-        QCOMPARE(QSettings().value("Tovrel/CommandLineToolParams"), stored);
+        QCOMPARE(QSettings().value("Tovrel/CommandLineToolParams"),
+                 stored == "none" ? QVariant() : QVariant(list));
     }
 
     void defaultCommandSet_data()

@@ -80,28 +80,19 @@ private Q_SLOTS:
         QFile::remove(m_record);
     }
 
-    // An empty expected list stands for "keyword not found".
     void engineArguments_data()
     {
-        QTest::addColumn<QStringList>("params");
-        QTest::addColumn<QString>("keyword");
-        QTest::addColumn<QString>("trace");
-        QTest::addColumn<QStringList>("expected");
-        // clang-format off
-        QTest::newRow("only the first keyword is replaced") << QStringList {"$COMMANDS", "-x", "$COMMANDS"} << "$COMMANDS" << "" << QStringList {"a b.imp", "-x", "$COMMANDS", "--output", "o"};
-        QTest::newRow("own keyword, trace plots last") << QStringList {"--seed", "%FILE%"} << "%FILE%" << "t d" << QStringList {"--seed", "a b.imp", "--output", "o", "--traceplot", "t d"};
-        QTest::newRow("keyword differing in case is not found") << QStringList {"$Commands"} << "$COMMANDS" << "" << QStringList();
-        QTest::newRow("keyword missing") << QStringList {"-v"} << "$COMMANDS" << "" << QStringList();
-        // clang-format on
+        addTableRows(QFINDTESTDATA("engineargs.txt"), {"params", "keyword", "trace", "expected"});
     }
     void engineArguments()
     {
-        QFETCH(QStringList, params);
+        QFETCH(QString, params);
         QFETCH(QString, keyword);
         QFETCH(QString, trace);
-        QFETCH(QStringList, expected);
-        QCOMPARE(ProcessHandling::engineArguments(params, keyword, "a b.imp", "o", trace)
-                     .value_or(QStringList()),
+        QFETCH(QString, expected);
+        QCOMPARE(ProcessHandling::engineArguments(params.split('|'), keyword, "a b.imp", "o", trace)
+                     .value_or(QStringList())
+                     .join('|'),
                  expected);
     }
 
@@ -169,65 +160,50 @@ private Q_SLOTS:
         QCOMPARE(QDir(recordedFolder()), QDir::current());
     }
 
-    // Pieces, in the shell's octal escapes, are separated by '|'; a pause after each makes the
-    // studio read it alone.
+    // A pause after each piece makes the studio read it alone.
     void charactersSplitAcrossReads_data()
     {
-        QTest::addColumn<QByteArray>("redirect");
-        QTest::addColumn<QByteArray>("pieces");
-        QTest::addColumn<QString>("expected");
-        // clang-format off
-        QTest::newRow("two-byte letter") << QByteArray() << QByteArray("a\\303|\\251b") << QString("a\u00e9b");
-        QTest::newRow("three-byte sign cut after two bytes") << QByteArray() << QByteArray("=\\342\\202|\\254") << QString("=\u20ac");
-        QTest::newRow("four-byte character in three pieces") << QByteArray() << QByteArray("<\\360|\\237\\230|\\200!") << QString::fromUtf8("<\xF0\x9F\x98\x80!");
-        QTest::newRow("standard error keeps its own state") << QByteArray(" >&2") << QByteArray("mean \\316|\\274") << QString("mean \u03bc");
-        // clang-format on
+        addTableRows(QFINDTESTDATA("splitreads.txt"), {"stream", "pieces", "expected"});
     }
     void charactersSplitAcrossReads()
     {
-        QFETCH(QByteArray, redirect);
-        QFETCH(QByteArray, pieces);
+        QFETCH(QString, stream);
+        QFETCH(QString, pieces);
         QFETCH(QString, expected);
         QByteArray plan;
-        for (const QByteArray &piece : pieces.split('|'))
-            plan += "printf '" + piece + "'" + redirect + "; sleep 0.15\n";
+        for (const QString &piece : pieces.split('|'))
+            plan += "printf '" + piece.toUtf8() + "'" + (stream == "err" ? " >&2" : "")
+                + "; sleep 0.15\n";
         ProcessHandling runner;
         QSignalSpy out(&runner, &ProcessHandling::did_sendOut);
         QSignalSpy err(&runner, &ProcessHandling::did_sendErr);
         runToEnd(runner, plan);
-        const QSignalSpy &chunks = redirect.isEmpty() ? out : err;
+        const QSignalSpy &chunks = stream == "err" ? err : out;
         QVERIFY2(chunks.count() > 1, "the pieces should have been read one by one");
         QCOMPARE(joined(chunks), expected);
     }
 
     void endOfRun_data()
     {
-        QTest::addColumn<QByteArray>("plan");
-        QTest::addColumn<int>("exitCode");
-        QTest::addColumn<QString>("text");
-        // clang-format off
-        QTest::newRow("failing run keeps its code") << QByteArray("printf 'ERROR: no data'; exit 3") << 3 << "ERROR: no data";
-        QTest::newRow("crash is reported as an error") << QByteArray("printf half; kill -KILL $$") << -1 << "half";
-        QTest::newRow("output file written by the engine") << QByteArray("echo RESULTS > \"$OUTPUT\"") << 0 << "";
-        // clang-format on
+        addTableRows(QFINDTESTDATA("endofrun.txt"), {"plan", "exitCode", "text"});
     }
     void endOfRun()
     {
-        QFETCH(QByteArray, plan);
-        QFETCH(int, exitCode);
+        QFETCH(QString, plan);
+        QFETCH(QString, exitCode);
         QFETCH(QString, text);
         QFile::remove(m_output);
         ProcessHandling runner;
         QSignalSpy out(&runner, &ProcessHandling::did_sendOut);
         QSignalSpy failed(&runner, &ProcessHandling::did_errorOccur);
         QSignalSpy finished(&runner, &ProcessHandling::did_finish);
-        runToEnd(runner, plan);
+        runToEnd(runner, plan.toUtf8());
         QCOMPARE(joined(out), text);
-        QCOMPARE(failed.count(), exitCode < 0 ? 1 : 0);
-        if (exitCode < 0)
+        QCOMPARE(failed.count(), exitCode == "-1" ? 1 : 0);
+        if (exitCode == "-1")
             QCOMPARE(failed.at(0).at(0).value<QProcess::ProcessError>(), QProcess::Crashed);
         else
-            QCOMPARE(finished.at(0).at(0).toInt(), exitCode);
+            QCOMPARE(finished.at(0).at(0).toString(), exitCode);
         QCOMPARE(readLines(m_output), text.isEmpty() ? QStringList("RESULTS") : QStringList());
     }
 
