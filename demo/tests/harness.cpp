@@ -1,5 +1,6 @@
 #include "harness.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iostream>
 #include <random>
@@ -85,6 +86,45 @@ std::vector<std::string> lines(const std::string &text)
     for (std::string line; std::getline(in, line);)
         result.push_back(line);
     return result;
+}
+
+std::vector<std::string> words(const std::string &text)
+{
+    std::vector<std::string> result;
+    std::istringstream in(text);
+    for (std::string word; in >> word;)
+        result.push_back(word);
+    return result;
+}
+
+std::vector<std::vector<std::string>> table(const std::string &name)
+{
+    std::vector<std::vector<std::string>> rows;
+    for (const std::string &line : lines(readFile(std::filesystem::path(TOVREL_DEMO_TESTS) / name))) {
+        if (line.find_first_not_of(' ') == std::string::npos || line[0] == '#')
+            continue;
+        std::vector<std::string> fields;
+        for (std::size_t i = line.find_first_not_of(' '); i < line.size();
+             i = line.find_first_not_of(' ', i)) {
+            std::string field;
+            if (line[i] != '"') {
+                const std::size_t end = std::min(line.find(' ', i), line.size());
+                field = line.substr(i, end - i);
+                i = end;
+            } else {
+                for (++i; i < line.size() && line[i] != '"'; ++i)
+                    field += line[i] == '\\' && ++i < line.size()
+                        ? (line[i] == 'n' ? '\n' : line[i])
+                        : line[i];
+                ++i;
+            }
+            fields.push_back(field);
+        }
+        rows.push_back(fields);
+    }
+    if (rows.empty())
+        fail(__FILE__, __LINE__, "no rows in " + name);
+    return rows;
 }
 
 } // namespace harness

@@ -51,6 +51,13 @@ private:
 
 std::string readFile(const std::filesystem::path &path);
 std::vector<std::string> lines(const std::string &text);
+std::vector<std::string> words(const std::string &text);
+
+// The rows of a table file beside the tests, one row a line: fields apart by blanks, the first
+// naming the row. A field holding blanks, or nothing, is written in double quotes, inside which
+// \n, \" and \\ stand for a line break, a quote and a backslash. Lines starting with "#" and
+// blank lines are comments.
+std::vector<std::vector<std::string>> table(const std::string &name);
 
 template<typename T>
 std::string show(const T &value)

@@ -50,74 +50,30 @@ std::string withoutVersionLine(std::string text)
 
 DEMO_TEST(cli, helpVersionAndUsageErrors)
 {
-    const struct
-    {
-        const char *name;
-        std::vector<std::string> arguments;
-        int exitCode;
-        const char *start; // of standard output, or of the error
-    } cases[] = {
-        {"help", {"--help"}, 0, "Usage: tovrel-demo [OPTIONS] SCRIPT [--output FILE]"},
-        {"version", {"--version"}, 0, "tovrel-demo "},
-        {"unknown option", {"--frobnicate", "s.imp"}, 2, "ERROR: unknown option \"--frobnicate\""},
-        {"no script", {"--output", "x.out"}, 2, "ERROR: no script given"},
-        {"two scripts", {"a.imp", "b.imp"}, 2, "ERROR: only one script"},
-        {"output without value", {"s.imp", "--output"}, 2, "ERROR: --output needs a value"},
-        {"bad thread count", {"--threads", "0", "s.imp"}, 2, "ERROR: --threads needs"},
-        {"no such script", {"/none/s.imp"}, 1, "ERROR: script '/none/s.imp': cannot open"},
-    };
-    for (const auto &c : cases) {
-        harness::Row row(c.name);
-        const auto result = EngineRun::run(c.arguments);
-        CHECK_EQ(result.exitCode, c.exitCode);
-        const std::string &text = c.exitCode == 0 ? result.out : result.err;
-        CHECK_MSG(text.rfind(c.start, 0) == 0, text);
-        CHECK(c.exitCode == 0 || result.out.empty());
-        CHECK(c.exitCode != 2 || result.err.find("Usage: tovrel-demo") != std::string::npos);
+    for (const auto &c : harness::table("commandline.txt")) {
+        harness::Row row(c[0]);
+        const auto result = EngineRun::run(harness::words(c[1]));
+        const int exitCode = std::stoi(c[2]);
+        CHECK_EQ(result.exitCode, exitCode);
+        const std::string &text = exitCode == 0 ? result.out : result.err;
+        CHECK_MSG(text.rfind(c[3], 0) == 0, text);
+        CHECK(exitCode == 0 || result.out.empty());
+        CHECK(exitCode != 2 || result.err.find("Usage: tovrel-demo") != std::string::npos);
     }
 }
 
 DEMO_TEST(errors, badInputStopsWithoutWritingAFile)
 {
-    const std::string head = "DATA: d.dat;\nVARIABLES: y x1 x2;\nMISSING: 999;\n";
-    const std::string model = "MODEL: y ~ x1 x2;\n";
-    const struct
-    {
-        const char *name;
-        std::string script;
-        std::string data; // replaces the simulated d.dat when not empty
-        const char *message; // the problem, after the line it is on
-        const char *output = "s.out";
-    } cases[] = {
-        {"no DATA", "VARIABLES: y x1 x2;\n" + model, "", "there is no DATA command"},
-        {"unreadable data file", "DATA: none.dat;\n" + model, "", "for reading. (DATA on line 1"},
-        {"wrong number of values", head + model, "1 2 3\n7 8\n",
-         "line 2: expected 3 values but found 2"},
-        {"unknown variable", head + "\nMODEL: y ~ x1 z;\n", "",
-         "line 5: MODEL names the variable \"z\", which is not among"},
-        {"non-numeric value", head + model, "1 2 3\n4 5 6\n7 x 8\n",
-         "line 3: \"x\" is not a number"},
-        {"no usable rows", head + model, "999 1 2\n999 3 4\n999 5 7\n", "line 1: no usable rows"},
-        {"constant predictor", head + model, "1 5 2\n2 5 3\n3 5 1\n",
-         "line 1: data file 'd.dat': the variable \"x1\" takes the same value"},
-        {"non-finite value", head + model, "1 2 3\n4 nan 6\n", "line 2: \"nan\" is not a number"},
-        {"empty data file", head + model, "\n  \n", "the file holds no rows"},
-        {"output folder missing", head + model, "", "does not exist", "gone/s.out"},
-        // x2 is twice x1: the report has started when the sampler finds out.
-        {"dependent predictors", head + model, "3 1 2\n5 2 4\n2 3 6\n8 4 8\n5 5 10\n",
-         "chain 1 stopped at iteration 1: the predictors are linearly dependent"},
-    };
-    for (const auto &c : cases) {
-        harness::Row row(c.name);
+    for (const auto &c : harness::table("badinput.txt")) {
+        harness::Row row(c[0]);
         harness::TempFolder folder;
-        prepare(folder, c.script);
-        if (!c.data.empty())
-            folder.write("d.dat", c.data);
+        prepare(folder, c[1]);
+        if (!c[2].empty())
+            folder.write("d.dat", c[2]);
         const auto before = listing(folder.path());
-        const auto result = runAsStudio("1", folder / "s.imp", folder / c.output, folder / "trace");
+        const auto result = runAsStudio("1", folder / "s.imp", folder / c[4], folder / "trace");
         CHECK_EQ(result.exitCode, 1);
-        CHECK_MSG(result.err.rfind("ERROR: ", 0) == 0
-                      && result.err.find(c.message) != std::string::npos,
+        CHECK_MSG(result.err.rfind("ERROR: ", 0) == 0 && result.err.find(c[3]) != std::string::npos,
                   result.err);
         CHECK(listing(folder.path()) == before);
     }

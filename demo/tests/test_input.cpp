@@ -17,8 +17,6 @@ std::string scriptError(const std::string &text)
     return {};
 }
 
-const std::string minimal = "DATA: d.dat;\nMODEL: y ~ x;\n";
-
 } // namespace
 
 DEMO_TEST(script, readsEveryCommand)
@@ -64,37 +62,12 @@ DEMO_TEST(script, interceptOnlyModelAndDefaults)
 
 DEMO_TEST(script, mistakesNameProblemAndLine)
 {
-    const struct
-    {
-        const char *name;
-        std::string text;
-        const char *problem;
-        const char *line; // "" when the problem has no single line
-    } cases[] = {
-        {"no MODEL", "DATA: d.dat;", "no MODEL command", ""},
-        {"no colon", minimal + "\nSEED 5;", "is not a command", "line 4"},
-        {"no closing semicolon", minimal + "SEED: 5", "no closing", "line 3"},
-        {"run-on command", "DATA: d.dat\nMODEL: y ~ x;", "is a \";\" missing", "line 2"},
-        {"model without tilde", "DATA: d.dat;\nMODEL: y x;", "outcome ~ predictors", "line 2"},
-        {"model without predictors", "DATA: d.dat;\nMODEL: y ~ ;", "needs predictors", "line 2"},
-        {"model repeats a variable", "DATA: d.dat;\nMODEL: y ~ x y;", "appears twice", "line 2"},
-        {"seed not a number", minimal + "SEED: abc;", "SEED needs", "line 3"},
-        {"negative burn", minimal + "BURN: -5;", "BURN needs", "line 3"},
-        {"too few iterations", minimal + "ITERATIONS: 2;", "ITERATIONS needs", "line 3"},
-        {"no chains", minimal + "CHAINS: 0;", "CHAINS needs", "line 3"},
-        {"two values", minimal + "CHAINS: 2 3;", "exactly one value", "line 3"},
-        {"bad variable name", minimal + "VARIABLES: y 1x;", "not a valid variable name", "line 3"},
-        {"repeated variable", minimal + "VARIABLES: y x Y;", "used twice", "line 3"},
-        {"imputations without star", minimal + "SAVE: imputations = imp.dat;", "\"*\"", "line 3"},
-        {"more imputations than draws", minimal + "ITERATIONS: 5;\nCHAINS: 1;\nNIMPS: 6;", "NIMPS",
-         "line 5"},
-    };
-    for (const auto &c : cases) {
-        harness::Row row(c.name);
-        const std::string message = scriptError(c.text);
-        CHECK_MSG(message.find(c.problem) != std::string::npos, message);
+    for (const auto &c : harness::table("scriptmistakes.txt")) {
+        harness::Row row(c[0]);
+        const std::string message = scriptError(c[1]);
+        CHECK_MSG(message.find(c[2]) != std::string::npos, message);
         CHECK_MSG(message.find("t.imp") != std::string::npos, message);
-        CHECK_MSG(message.find(c.line) != std::string::npos, message);
+        CHECK_MSG(message.find(c[3]) != std::string::npos, message);
     }
 }
 
