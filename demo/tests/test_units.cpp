@@ -5,7 +5,6 @@
 #include "random.h"
 
 #include <cmath>
-#include <numeric>
 
 DEMO_TEST(random, normalMomentsAndTails)
 {
@@ -90,33 +89,4 @@ DEMO_TEST(diagnostics, splitHalvesUsesTheEndOfTheRange)
     const auto halves = Diagnostics::splitHalves(
         {{0, 1, 2, 3, 4, 5, 6, 7, 8}, {10, 11, 12, 13, 14, 15, 16, 17, 18}}, 2, 9);
     CHECK(halves == (Diagnostics::Sequences {{3, 4, 5}, {6, 7, 8}, {13, 14, 15}, {16, 17, 18}}));
-}
-
-DEMO_TEST(diagnostics, effectiveSizeOfIndependentAndAutocorrelatedDraws)
-{
-    for (double phi : {0.0, 0.5, 0.9}) {
-        harness::Row row("autocorrelation " + harness::show(phi));
-        Random random(5);
-        const std::size_t n = 20000;
-        Diagnostics::Sequences sequences(4, std::vector<double>(n));
-        for (auto &s : sequences) {
-            double x = random.normal() / std::sqrt(1.0 - phi * phi);
-            for (auto &value : s)
-                value = x = phi * x + random.normal();
-        }
-        const double expected = 4.0 * n * (1.0 - phi) / (1.0 + phi);
-        CHECK_NEAR(Diagnostics::effectiveSize(sequences) / expected, 1.0, 0.12);
-    }
-}
-
-DEMO_TEST(diagnostics, quantilesInterpolate)
-{
-    std::vector<double> values(41);
-    std::iota(values.begin(), values.end(), 1.0);
-    const double cases[][2]
-        = {{0.0, 1.0}, {0.0125, 1.5}, {0.025, 2.0}, {0.5, 21.0}, {0.975, 40.0}, {1.0, 41.0}};
-    for (const auto &c : cases) {
-        harness::Row row("p = " + harness::show(c[0]));
-        CHECK_NEAR(Diagnostics::quantile(values, c[0]), c[1], 1e-12);
-    }
 }
