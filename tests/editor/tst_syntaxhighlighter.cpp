@@ -84,22 +84,6 @@ QString firstMismatch(const QTextDocument &vDocument, const SyntaxHighlighter &v
     return {};
 }
 
-// Awkward lines, parted by "|": comment markers inside quotes, colons with and without blanks,
-// Mplus keywords with blanks, numbers glued to names.
-const char *const kAwkwardLines
-    = "DATA: mydata.dat;|data: x;|FOO BAR: 1;|x.y: 1|a:b: c|a b c d: e|a.b-c:d e|DATA:x|"
-      "DATA:|  PLOTS: traceplot;|\tMODEL:\ty ~ x1 x2;|PLOTS:PLOT: SEED: 90291;|"
-      "MODEL INDIRECT: y IND x;|data  imputation: x|MONTECARLO MISSING: 3|"
-      "SEED: -1.25, .5 (3) x1 2x 1.2.3|y <- x -> z <-> w; a := b|a and b or c; android order|"
-      "y ~ x1 + x2*x3 / 4 ^ 2 & z = 1 < 2 > 0 ! 3|\"quoted # not a comment?\" tail|"
-      "NIMPS: \"a\" \"b\" # \"c\"|\"unclosed # quote|#! BETA|   #!note after blanks|"
-      "! Mplus comment DATA: 1|x ! y #! z // w //! v|C:\\data\\file.dat; http://host/path:80|"
-      "time 12:30:00 and 1:2|ñame: 1; Über: 2||    |;;;:::";
-
-const char *const kFragments
-    = "DATA:|model:|FOO:|BAR BAZ:|x1|-2|.75|3.5|(4)|->|<-|+|*|\"s # t\"|#|#!|!|and|or|:=|a:b|;|y|"
-      "MODEL INDIRECT:|\t|%5|a|bc|.|-|:| |//";
-
 // The heading rule as written backtracks exponentially over long chains of words joined by single
 // characters until the pattern engine gives up on the line; the highlighter's own form has no such
 // limit. Random lines keep their chains short enough for the plain reading to finish.
@@ -115,15 +99,16 @@ int longestChain(const QString &vLine)
     return longest;
 }
 
-// Random lines from the fragments above; TOVREL_CORPUS_LINES asks for more for a longer soak.
+// The awkward lines and random lines of fragments; TOVREL_CORPUS_LINES asks for more for a longer soak.
 QStringList corpus()
 {
     const int randomLines = qEnvironmentVariableIsSet("TOVREL_CORPUS_LINES")
         ? qEnvironmentVariableIntValue("TOVREL_CORPUS_LINES")
         : 2000;
     static const QStringList joins = {" ", "", ":", "."};
-    static const QStringList fragments = QString::fromUtf8(kFragments).split('|');
-    QStringList lines = QString::fromUtf8(kAwkwardLines).split('|');
+    QStringList lines, fragments;
+    for (const QStringList &row : readTable(QFINDTESTDATA("highlightcorpus.txt")))
+        (row.value(0) == "awkward" ? lines : fragments) << row.value(1);
     QRandomGenerator random(20261121);
     for (int n = 0; n < randomLines; ++n) {
         QStringList parts;
@@ -166,7 +151,9 @@ private Q_SLOTS:
         QFETCH(bool, caseSensitive);
         QFETCH(QString, marker);
         configure(advanced, caseSensitive, marker);
-        QTextDocument document(corpus().join('\n'));
+        const QStringList lines = corpus();
+        QVERIFY(lines.size() > 1000);
+        QTextDocument document(lines.join('\n'));
         auto *highlighter = new SyntaxHighlighter(&document);
         highlighter->setSyntaxMode(mode);
 

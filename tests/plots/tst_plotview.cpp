@@ -133,19 +133,6 @@ void click(QWidget *vParent, const char *vButton)
     QTest::mouseClick(vParent->findChild<QAbstractButton *>(vButton), Qt::LeftButton);
 }
 
-struct Fade
-{
-    int distance, lines;
-    double trail, minimum, baseAlpha, expected;
-};
-
-struct Saved
-{
-    QString name;
-    QSize imageSize;
-    QByteArray check; // image format, "pdf", "copy", or what is left in the file
-};
-
 struct Dialog
 {
     int type;
@@ -289,30 +276,24 @@ private Q_SLOTS:
 
     void spinnerFade_data()
     {
-        QTest::addColumn<Fade>("c");
-        // 12 bars, 70 % trail: the trail is ceil(11 * 0.7) = 8 bars, faded in steps of 0.85 / 9.
-        const double step = 0.85 / 9;
-        row("bright bar keeps the base", Fade {0, 12, 70, 15, 1, 1});
-        row("first trailing bar", Fade {1, 12, 70, 15, 1, 1 - step});
-        row("last bar of the trail", Fade {8, 12, 70, 15, 1, 1 - 8 * step});
-        row("beyond the trail", Fade {9, 12, 70, 15, 1, 0.15});
-        row("translucent base", Fade {4, 12, 70, 15, 0.5, 0.5 - 4 * (0.35 / 9)});
-        // Defaults: 20 bars, 80 % trail = ceil(15.2) = 16 bars, minimum pi percent.
-        row("defaults, end of trail", Fade {16, 20, 80, M_PI, 1, 1 - 16 * (1 - M_PI / 100) / 17});
-        row("defaults, beyond the trail", Fade {17, 20, 80, M_PI, 1, M_PI / 100});
-        row("minimum above base brightens", Fade {8, 12, 70, 50, 0.1, 0.1 + 8 * (0.4 / 9)});
-        row("clamped at full opacity", Fade {8, 12, 70, 200, 1, 1});
+        addTableRows(QFINDTESTDATA("spinnerfade.txt"),
+                     {"distance", "lines", "trail", "minimum", "baseAlpha", "expected"});
     }
     void spinnerFade()
     {
-        QFETCH(Fade, c);
+        QFETCH(QString, distance);
+        QFETCH(QString, lines);
+        QFETCH(QString, trail);
+        QFETCH(QString, minimum);
+        QFETCH(QString, baseAlpha);
+        QFETCH(QString, expected);
         QColor base(Qt::red);
-        base.setAlphaF(c.baseAlpha);
-        const QColor color
-            = WaitingSpinnerWidget::currentLineColor(c.distance, c.lines, c.trail, c.minimum, base);
+        base.setAlphaF(baseAlpha.toDouble());
+        const QColor color = WaitingSpinnerWidget::currentLineColor(
+            distance.toInt(), lines.toInt(), trail.toDouble(), minimum.toDouble(), base);
         QCOMPARE(color.rgb(), base.rgb());
-        QVERIFY2(qAbs(color.alphaF() - c.expected) < 1e-4, // QColor keeps alpha in 16 bits
-                 qPrintable(QString("%1 != %2").arg(color.alphaF()).arg(c.expected)));
+        QVERIFY2(qAbs(color.alphaF() - expected.toDouble()) < 1e-4, // alpha is kept in 16 bits
+                 qPrintable(QString("%1 != %2").arg(color.alphaF()).arg(expected)));
     }
 
     void spinnerRunsCentredAndWraps()
@@ -401,39 +382,34 @@ private Q_SLOTS:
 
     void saveBySuffix_data()
     {
-        QTest::addColumn<Saved>("c");
-        row("pdf: one page the size of the plot", Saved {"a.pdf", {900, 400}, "pdf"});
-        row("png at the requested size", Saved {"a.png", {640, 320}, "png"});
-        row("jpg at the requested size", Saved {"a.jpg", {300, 200}, "jpeg"});
-        row("PNG in capitals is an image", Saved {"A.PNG", {320, 160}, "png"});
-        row("svg is a byte-for-byte copy", Saved {"a.svg", {1, 1}, "copy"});
-        row("unknown suffix is an svg copy", Saved {"a.gif", {1, 1}, "copy"});
-        row("svg never replaces a file", Saved {"a.svg", {1, 1}, "old"});
-        row("an empty image size leaves no file", Saved {"a.png", {0, 400}, ""});
+        addTableRows(QFINDTESTDATA("savebysuffix.txt"), {"name", "size", "check"});
     }
     void saveBySuffix()
     {
-        QFETCH(Saved, c);
+        QFETCH(QString, name);
+        QFETCH(QString, size);
+        QFETCH(QString, check);
+        const QSize imageSize(size.section('x', 0, 0).toInt(), size.section('x', 1).toInt());
         QTemporaryDir dir;
         SvgRender render(nullptr, plotFolder(dir), false);
         render.show(4);
-        const QString target = dir.filePath(c.name);
-        if (c.check == "old")
+        const QString target = dir.filePath(name);
+        if (check == "old")
             writeFile(target, "old");
-        QCOMPARE(PlotExport::save(render, target, c.imageSize), c.check != "old" && c.check != "");
+        QCOMPARE(PlotExport::save(render, target, imageSize), check != "old" && check != "");
         const QByteArray saved = readFile(target);
-        if (c.check == "pdf") {
+        if (check == "pdf") {
             QCOMPARE(pdfPages(saved), 1);
             QCOMPARE(pdfPageSizes(saved), QList<QSize> {plotSize(5)});
-        } else if (c.check == "copy") {
+        } else if (check == "copy") {
             QCOMPARE(saved, readFile(m_plots.filePath("plot5.svg")));
-        } else if (c.check == "old" || c.check.isEmpty()) {
-            QCOMPARE(saved, c.check);
-            QCOMPARE(QFileInfo::exists(target), c.check == "old");
+        } else if (check == "old" || check.isEmpty()) {
+            QCOMPARE(QString(saved), check);
+            QCOMPARE(QFileInfo::exists(target), check == "old");
         } else {
             QImageReader reader(target);
-            QCOMPARE(reader.size(), c.imageSize);
-            QCOMPARE(reader.format(), c.check);
+            QCOMPARE(reader.size(), imageSize);
+            QCOMPARE(QString(reader.format()), check);
         }
     }
 
