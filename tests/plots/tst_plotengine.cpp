@@ -66,15 +66,6 @@ struct Run
     std::unique_ptr<QSignalSpy> finished, errors;
 };
 
-struct Refusal
-{
-    bool plain;
-    QString fileBase;
-    bool labels, gnuplot;
-    int result;
-    QString message; // the start of the one error, if any
-};
-
 } // namespace
 
 class TestPlotEngine : public QObject
@@ -189,32 +180,27 @@ private Q_SLOTS:
 
     void requestsWithoutRuns_data()
     {
-        QTest::addColumn<Refusal>("c");
-        const QString empty = "Data  File Name is Empty";
-        row("empty base", Refusal {false, "", true, true, 0, empty});
-        row("blank base", Refusal {false, "   ", true, true, 0, empty});
-        row("plain form, empty base", Refusal {true, "", true, true, 0, empty});
-        row("no chain-1 file",
-            Refusal {false, "chain", true, true, 0, "Data File Name doesn't exist"});
-        row("no labels: nothing to plot", Refusal {false, "burn", false, true, 1, ""});
-        row("no gnuplot on the PATH",
-            Refusal {false, "burn", true, false, 1, "Unable to find gnuplot"});
+        addTableRows(QFINDTESTDATA("refusals.txt"),
+                     {"form", "fileBase", "missing", "result", "message"});
     }
     void requestsWithoutRuns()
     {
-        QFETCH(Refusal, c);
+        QFETCH(QString, form);
+        QFETCH(QString, fileBase);
+        QFETCH(QString, missing);
+        QFETCH(QString, message);
         Run run(1, 1, 10);
-        if (!c.labels && QFile::remove(run.dir.filePath("labels.dat")))
+        if (missing == "labels" && QFile::remove(run.dir.filePath("labels.dat")))
             run.makeEngine();
         const QByteArray path = qgetenv("PATH");
-        if (!c.gnuplot)
+        if (missing == "gnuplot")
             qputenv("PATH", run.dir.path().toLocal8Bit());
-        QCOMPARE(c.plain ? run.engine->plotDefault(c.fileBase, 1)
-                         : run.plot(1, 1, -1, -1, c.fileBase),
-                 c.result);
+        const int result = form == "plain" ? run.engine->plotDefault(fileBase, 1)
+                                           : run.plot(1, 1, -1, -1, fileBase);
         qputenv("PATH", path);
-        QCOMPARE(run.errors->size(), c.message.isEmpty() ? 0 : 1);
-        QVERIFY(run.errors->isEmpty() || run.errors->at(0).at(0).toString().startsWith(c.message));
+        QTEST(QString::number(result), "result");
+        QCOMPARE(run.errors->size(), message.isEmpty() ? 0 : 1);
+        QVERIFY(run.errors->isEmpty() || run.errors->at(0).at(0).toString().startsWith(message));
         QTest::qWait(100);
         QVERIFY(run.finished->isEmpty() && run.svg(1).isEmpty());
     }

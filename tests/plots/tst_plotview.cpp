@@ -133,14 +133,6 @@ void click(QWidget *vParent, const char *vButton)
     QTest::mouseClick(vParent->findChild<QAbstractButton *>(vButton), Qt::LeftButton);
 }
 
-struct Dialog
-{
-    int type;
-    QString answer, written;
-    QByteArray check; // image format, "pdf", or "old" for a file kept
-    bool viewer = false; // saved from the pop-out viewer rather than the dock
-};
-
 } // namespace
 
 class TestPlotView : public QObject
@@ -495,50 +487,50 @@ private Q_SLOTS:
 
     void savePlotDialog_data()
     {
-        QTest::addColumn<Dialog>("c");
-        row("png preferred, answered .png", Dialog {1, "a.png", "a.png", "png"});
-        row("jpg preferred, answered .pdf", Dialog {2, "b.pdf", "b.pdf", "pdf"});
-        row("no suffix takes the preferred type", Dialog {2, "d", "d.jpg", "jpeg"});
-        row("cancel writes nothing", Dialog {1, "", "", ""});
-        row("an existing svg is kept, with a warning", Dialog {3, "old.svg", "old.svg", "old"});
-        row("the viewer saves at the stored size", Dialog {1, "v.png", "v.png", "png", true});
+        addTableRows(QFINDTESTDATA("saveplotdialog.txt"),
+                     {"from", "type", "answer", "written", "check"});
     }
     void savePlotDialog()
     {
-        QFETCH(Dialog, c);
+        QFETCH(QString, from);
+        QFETCH(QString, answer);
+        QFETCH(QString, written);
+        QFETCH(QString, check);
+        QFETCH(QString, type);
+        const bool fromViewer = from == "viewer";
         QVariantMap plot = CSettings::instance().plotSettings();
-        plot["dType"] = c.type;
+        plot["dType"] = type.toInt();
         plot["width"] = 320;
         plot["height"] = 160;
         CSettings::instance().setPlotSettings(plot);
         QTemporaryDir dir, out;
         CSettings::instance().setLastSaveFolder(out.path());
-        if (c.check == "old")
+        if (check == "old")
             writeFile(out.filePath("old.svg"), "old");
         WGraphPanel panel;
         panel.setImageSize(500, 250);
         panel.showPlots(plotFolder(dir));
         click(&panel, "tb_right");
         QSignalSpy popped(&panel, &WGraphPanel::did_popOut);
-        if (c.viewer)
+        if (fromViewer)
             click(&panel, "tb_popout");
         std::unique_ptr<GraphViewer> viewer(popped.value(0).value(0).value<GraphViewer *>());
         QStringList seen;
-        ModalAnswerer answerer(answerSave(c.answer.isEmpty() ? "" : out.filePath(c.answer), &seen));
-        c.viewer ? click(viewer.get(), "pb_save") : click(&panel, "tb_save_plot");
+        ModalAnswerer answerer(answerSave(answer.isEmpty() ? "" : out.filePath(answer), &seen));
+        fromViewer ? click(viewer.get(), "pb_save") : click(&panel, "tb_save_plot");
         QCOMPARE(seen.mid(0, 3),
-                 (QStringList {"Save Plot", PlotExport::proposedName(out.path(), 1, c.type),
-                               PlotExport::filter(c.type)}));
-        QCOMPARE(QDir(out.path()).entryList(QDir::Files), QStringList(c.written).filter("."));
-        const QString file = out.filePath(c.written);
-        if (c.check == "old") {
+                 (QStringList {"Save Plot", PlotExport::proposedName(out.path(), 1, type.toInt()),
+                               PlotExport::filter(type.toInt())}));
+        QCOMPARE(QDir(out.path()).entryList(QDir::Files), QStringList(written).filter("."));
+        const QString file = out.filePath(written);
+        if (check == "old") {
             QVERIFY(seen.last().startsWith("The plot couldn't be saved to"));
-            QCOMPARE(readFile(file), c.check);
-        } else if (c.check == "pdf") {
+            QCOMPARE(QString(readFile(file)), check);
+        } else if (check == "pdf") {
             QCOMPARE(pdfPages(readFile(file)), 1);
-        } else if (!c.check.isEmpty()) {
-            QCOMPARE(QImageReader(file).format(), c.check);
-            QCOMPARE(QImageReader(file).size(), c.viewer ? QSize(320, 160) : QSize(500, 250));
+        } else if (!check.isEmpty()) {
+            QCOMPARE(QString(QImageReader(file).format()), check);
+            QCOMPARE(QImageReader(file).size(), fromViewer ? QSize(320, 160) : QSize(500, 250));
         }
     }
 
