@@ -63,4 +63,11 @@ inline void addTableRows(const QString &vPath, std::initializer_list<const char 
     }
 }
 
+// A row of a table written in the test: its name, then one value per column.
+template<typename... T>
+void row(const char *vName, const T &...vValues)
+{
+    (QTest::newRow(vName) << ... << vValues);
+}
+
 #endif // GOLDENTABLE_H

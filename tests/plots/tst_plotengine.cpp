@@ -14,12 +14,6 @@
 
 namespace {
 
-template<typename... T>
-void row(const char *vName, const T &...vValues)
-{
-    (QTest::newRow(vName) << ... << vValues);
-}
-
 bool isCompleteSvg(const QByteArray &vSvg)
 {
     return vSvg.contains("<svg") && vSvg.trimmed().endsWith("</svg>");

@@ -33,12 +33,6 @@ namespace {
 const int kPlots = 12;
 using Ints = QList<int>;
 
-template<typename... T>
-void row(const char *vName, const T &...vValues)
-{
-    (QTest::newRow(vName) << ... << vValues);
-}
-
 // Each plot has its own width, so a page or scene size tells which plot it came from.
 QSize plotSize(int vParameter)
 {
