@@ -235,20 +235,15 @@ private Q_SLOTS:
         QCOMPARE(settings.defaultCommandSet(reset), expected.isEmpty() ? builtIn : expected);
     }
 
-    void storedKeywordsAreIgnored_data()
-    {
-        QTest::addColumn<QStringList>("stored");
-        QTest::newRow("empty list") << QStringList();
-        QTest::newRow("user list") << QStringList {"FOO", "BAR"};
-    }
     void storedKeywordsAreIgnored()
     {
-        QFETCH(QStringList, stored);
         MSettings settings;
-        settings.setKeywords(stored);
-        QCOMPARE(settings.keywords().size(), 53);
-        QCOMPARE(settings.keywords(),
-                 MSettings::resourceLines(MSettings::kDefaultKeywordsResource));
+        for (const QStringList &stored : {QStringList(), QStringList {"FOO", "BAR"}}) {
+            settings.setKeywords(stored);
+            QCOMPARE(settings.keywords().size(), 53);
+            QCOMPARE(settings.keywords(),
+                     MSettings::resourceLines(MSettings::kDefaultKeywordsResource));
+        }
     }
 
     // Every setting written through the controller reaches the store under its literal key, the
@@ -407,12 +402,9 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("stored");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("custom goes back to stable") << "/opt/engine"
-                                                    << "stable";
-        QTest::newRow("stable kept") << "stable"
-                                     << "stable";
-        QTest::newRow("preview kept") << "preview"
-                                      << "preview";
+        row("custom goes back to stable", QString("/opt/engine"), QString("stable"));
+        row("stable kept", QString("stable"), QString("stable"));
+        row("preview kept", QString("preview"), QString("preview"));
     }
     void resetCommandLineTool()
     {

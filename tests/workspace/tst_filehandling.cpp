@@ -21,8 +21,6 @@
 
 namespace {
 
-const QString kFilter = "Files (*.dat *.csv *.data *.txt *.tovrel-out *.inp *.out *imp)";
-
 // Records what a file dialog showed as "title|filters|folder|file", then types vChoice into its
 // name field as a user would, or cancels when vChoice is empty.
 std::function<void(QWidget *)> chooseFile(const QString &vChoice, QString *vSeen)
@@ -270,27 +268,15 @@ private Q_SLOTS:
 
     void dialogs_data()
     {
-        QTest::addColumn<QString>("form");
-        QTest::addColumn<QString>("startName");
-        QTest::addColumn<bool>("choose");
-        QTest::addColumn<QString>("filter");
-        const QString text = "Text files (*.txt)";
-        // clang-format off
-        QTest::newRow("open") << "open" << "" << true << kFilter;
-        QTest::newRow("open, cancelled: the file is forgotten") << "open" << "" << false << kFilter;
-        QTest::newRow("save as, suggested name") << "saveAs" << "Untitled3" << true << kFilter;
-        QTest::newRow("save as, current name") << "saveAs" << "" << true << kFilter;
-        QTest::newRow("save as, cancelled: nothing changes") << "saveAs" << "" << false << kFilter;
-        QTest::newRow("output as text, current name") << "saveAsText" << "" << true << text;
-        QTest::newRow("output as text, suggested name") << "saveAsText" << "output7.txt" << true << text;
-        // clang-format on
+        addTableRows(QFINDTESTDATA("filedialogs.txt"), {"form", "startName", "choice", "filter"});
     }
     void dialogs()
     {
         QFETCH(QString, form);
         QFETCH(QString, startName);
-        QFETCH(bool, choose);
+        QFETCH(QString, choice);
         QFETCH(QString, filter);
+        const bool choose = choice == "1";
         const bool opening = form == "open";
         const QString chosenFolder = path("chosen");
         const QString chosen = chosenFolder + "/" + QTest::currentDataTag() + ".txt";
