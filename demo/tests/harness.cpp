@@ -100,7 +100,8 @@ std::vector<std::string> words(const std::string &text)
 std::vector<std::vector<std::string>> table(const std::string &name)
 {
     std::vector<std::vector<std::string>> rows;
-    for (const std::string &line : lines(readFile(std::filesystem::path(TOVREL_DEMO_TESTS) / name))) {
+    for (const std::string &line :
+         lines(readFile(std::filesystem::path(TOVREL_DEMO_TESTS) / name))) {
         if (line.find_first_not_of(' ') == std::string::npos || line[0] == '#')
             continue;
         std::vector<std::string> fields;

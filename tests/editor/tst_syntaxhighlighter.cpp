@@ -99,7 +99,8 @@ int longestChain(const QString &vLine)
     return longest;
 }
 
-// The awkward lines and random lines of fragments; TOVREL_CORPUS_LINES asks for more for a longer soak.
+// The awkward lines and random lines of fragments; TOVREL_CORPUS_LINES asks for more for a longer
+// soak.
 QStringList corpus()
 {
     const int randomLines = qEnvironmentVariableIsSet("TOVREL_CORPUS_LINES")

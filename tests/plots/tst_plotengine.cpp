@@ -1,5 +1,4 @@
 #include "goldentable.h"
-#include "goldentable.h"
 #include "testfiles.h"
 #include "testmain.h"
 #include "traceplots.h"

@@ -248,8 +248,8 @@ private Q_SLOTS:
         SeenBox seen;
         PlotRequests requests(kConfigured, autoPlot == "1");
         {
-            ModalAnswerer answerer(clickBox(answer == "ok" ? QMessageBox::Ok : QMessageBox::Cancel,
-                                            &seen));
+            ModalAnswerer answerer(
+                clickBox(answer == "ok" ? QMessageBox::Ok : QMessageBox::Cancel, &seen));
             requests.evaluate(script, &document);
         }
         QCOMPARE(requests.plotThisRun(), plot == "1");

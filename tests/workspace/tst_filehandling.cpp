@@ -202,7 +202,8 @@ private Q_SLOTS:
         QFile::setPermissions(folder, readOnly | QFileDevice::WriteOwner);
         QCOMPARE(result, fileWritable);
         QCOMPARE(saved.count(), int(fileWritable));
-        QCOMPARE(readFile(handler.fileName()), fileWritable ? "DATA: new.dat;\n" : "DATA: old.dat;\n");
+        QCOMPARE(readFile(handler.fileName()),
+                 fileWritable ? "DATA: new.dat;\n" : "DATA: old.dat;\n");
         QCOMPARE(QDir(folder).entryList(QDir::Files), QStringList("script.imp"));
 #else
         QSKIP("needs a way to keep root out of a folder");

@@ -1,8 +1,8 @@
 #include "testmain.h"
 
 #include "config/csettings.h"
-#include "goldentable.h"
 #include "config/msettings.h"
+#include "goldentable.h"
 #include "workspace/outputhighlighter.h"
 #include "workspace/woutputpane.h"
 
