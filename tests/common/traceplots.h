@@ -2,6 +2,7 @@
 #define TRACEPLOTS_H
 
 #include "config/executablepath.h"
+#include "plots/plotscript.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -47,25 +48,17 @@ inline bool writeTraces(const QString &vDir, int vParameters, int vChains, int v
     return true;
 }
 
-// Runs gnuplot for parameter vParameter as the studio does, writing "plot<vParameter>.svg".
+// Runs gnuplot for parameter vParameter with the studio's own script, writing "plot<vParameter>.svg".
 inline bool plot(const QString &vDir, int vParameter, int vChains, const QSize &vSize)
 {
-    const QString script
-        = QStringLiteral("set datafile separator ','; set encoding utf8;set terminal svg size "
-                         "%1,%2 dynamic background rgb 'white'; set title 'Parameter %3' "
-                         "noenhanced;set ylabel 'Estimate'; set xlabel 'Iterations'; set key off; "
-                         "set grid; set xrange[1:]; set xtics add; plot for [i=1:%4] '%5'.i.'.csv' "
-                         "using 1:%6 with lines lw 1 lt i title 'Chain '.i;")
-              .arg(vSize.width())
-              .arg(vSize.height())
-              .arg(vParameter)
-              .arg(vChains)
-              .arg(QDir(vDir).filePath(QStringLiteral("burn")))
-              .arg(vParameter + 1);
+    PlotScript script(QDir(vDir).filePath(QStringLiteral("burn")), vChains);
+    script.setSize(vSize.width(), vSize.height());
     QProcess gnuplot;
     gnuplot.setStandardOutputFile(
         QDir(vDir).filePath(QStringLiteral("plot%1.svg").arg(vParameter)));
-    gnuplot.start(ExecutablePath::find(QStringLiteral("gnuplot")), {QStringLiteral("-e"), script});
+    gnuplot.start(ExecutablePath::find(QStringLiteral("gnuplot")),
+                  {QStringLiteral("-e"),
+                   script.script(QStringLiteral("Parameter %1").arg(vParameter), vParameter + 1)});
     return gnuplot.waitForFinished(60000) && gnuplot.exitStatus() == QProcess::NormalExit
         && gnuplot.exitCode() == 0;
 }
