@@ -48,7 +48,8 @@ inline bool writeTraces(const QString &vDir, int vParameters, int vChains, int v
     return true;
 }
 
-// Runs gnuplot for parameter vParameter with the studio's own script, writing "plot<vParameter>.svg".
+// Runs gnuplot for parameter vParameter with the studio's own script, writing
+// "plot<vParameter>.svg".
 inline bool plot(const QString &vDir, int vParameter, int vChains, const QSize &vSize)
 {
     PlotScript script(QDir(vDir).filePath(QStringLiteral("burn")), vChains);

@@ -171,11 +171,6 @@ private Q_SLOTS:
         QFETCH(QString, result);
         QFETCH(QString, left);
         QFETCH(QString, focus);
-        const QMap<QString, QString> texts {
-            {"max", "Max is only allowed for number of chains and stop iteration!"},
-            {"nan", "Non-numeric value given!"},
-            {"pos", "All values must be greater than zero."},
-            {"order", "Start Iterations must be less than Stop Iterations."}};
         const Ints before = ints(start);
         auto panel = settingsPanel(before);
         QVERIFY(QTest::qWaitForWindowActive(panel.get()));
@@ -185,14 +180,11 @@ private Q_SLOTS:
         QStringList seen;
         ModalAnswerer answerer([&seen](QWidget *vModal) {
             auto *box = qobject_cast<QMessageBox *>(vModal);
-            seen << box->windowTitle() + ": " + box->text();
+            seen << box->windowTitle() + " " + box->text();
             box->button(QMessageBox::Ok)->click();
         });
         click(panel.get(), "pb_OK");
-        QStringList expected;
-        for (const QString &key : messages.split(',', Qt::SkipEmptyParts))
-            expected << "Error!: " + texts.value(key);
-        QCOMPARE(seen, expected);
+        QCOMPARE(seen.join('|'), messages);
         QCOMPARE(valuesOf(*panel), result.isEmpty() ? before : ints(result));
         QCOMPARE(joined(*panel, &QLineEdit::text), left.isEmpty() ? "||||" : left);
         QCOMPARE(render.size(), focus.isEmpty() && !result.isEmpty() ? 1 : 0);

@@ -116,22 +116,15 @@ private Q_SLOTS:
 
     void checksComeInOrder_data()
     {
-        QTest::addColumn<bool>("mplus");
-        QTest::addColumn<bool>("engineExists");
-        QTest::addColumn<QString>("message");
-        // clang-format off
-        QTest::newRow("engine missing is reported before the script") << false << false << "ERROR: Executable does not exist!\n See '/no/such/tovrel'";
-        QTest::newRow("engine present, script missing") << false << true << "ERROR: Syntax File does not exist!";
-        QTest::newRow("Mplus missing, without its path") << true << false << "ERROR: Executable does not exist!";
-        QTest::newRow("Mplus present, input missing") << true << true << "ERROR: Syntax File does not exist!";
-        // clang-format on
+        addTableRows(QFINDTESTDATA("runchecks.txt"), {"program", "engineExists", "message"});
     }
     void checksComeInOrder()
     {
-        QFETCH(bool, mplus);
-        QFETCH(bool, engineExists);
+        QFETCH(QString, program);
+        QFETCH(QString, engineExists);
         QFETCH(QString, message);
-        const QString executable = engineExists ? kEngine : "/no/such/tovrel";
+        const bool mplus = program == "mplus";
+        const QString executable = engineExists == "1" ? kEngine : "/no/such/tovrel";
         const QString missing = m_dir.filePath("missing.imp");
         CSettings::instance().setMplusToolName(executable);
         ProcessHandling runner;

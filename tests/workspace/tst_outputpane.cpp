@@ -112,10 +112,8 @@ private Q_SLOTS:
     void followsTheEndOnlyWhenAtTheEnd_data()
     {
         QTest::addColumn<bool>("scrolledUp");
-        // clang-format off
-        QTest::newRow("at the end: follows") << false;
-        QTest::newRow("scrolled up: stays") << true;
-        // clang-format on
+        row("at the end: follows", false);
+        row("scrolled up: stays", true);
     }
     void followsTheEndOnlyWhenAtTheEnd()
     {
