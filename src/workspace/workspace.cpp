@@ -623,10 +623,10 @@ void Workspace::processFinished(int exitCode)
     m_fullOutput = ui->te_Out->text();
     bool hadFile = false;
     const QString fileText = readText(outputPath(), &hadFile);
+    // After a failure the stream follows the engine's own file; without a file the pane
+    // already holds the stream, once.
     if (hadFile)
-        ui->te_Out->setText(fileText);
-    if (failed)
-        ui->te_Out->setText(ui->te_Out->text() + m_fullOutput);
+        ui->te_Out->setText(failed ? fileText + m_fullOutput : fileText);
     if (failed || !hadFile)
         saveOutput();
 
@@ -747,6 +747,9 @@ void Workspace::makePlots()
 
 void Workspace::endPlotting()
 {
+    // Stopped before it goes: only stopping gives the graph area back its input.
+    if (m_plotSpinner)
+        m_plotSpinner->stop();
     delete m_plotSpinner;
     m_graphPanel->setBusy(false);
 }
