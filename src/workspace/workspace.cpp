@@ -322,7 +322,8 @@ bool Workspace::on_save(bool vSaveAs)
             return false;
         saveAs = answer == QMessageBox::Yes;
     }
-    if (saveAs && ui->te_Out->hasFocus())
+    // The document's focus, not the application's: the main window's menu takes the latter.
+    if (saveAs && focusWidget() == ui->te_Out)
         return saveOutputAs();
     const QString text = ui->te_SyntaxEditor->toPlainText();
     bool saved = false;

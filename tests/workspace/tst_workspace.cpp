@@ -158,6 +158,244 @@ private Q_SLOTS:
         QVERIFY(runToEnd(document.get()));
         QCOMPARE(document->outputPane()->text(), kHeader + "ERROR: Executable does not exist!\n See '" + m_dir.filePath("nowhere") + "'");
     }
+
+    void savePrompts_data()
+    {
+        QTest::addColumn<bool>("closing");
+        QTest::addColumn<int>("button");
+        QTest::addColumn<bool>("proceeds");
+        QTest::addColumn<QByteArray>("onDisk");
+        QTest::newRow("run, Cancel: nothing runs, the pane is untouched") << false << int(QMessageBox::Cancel) << false << QByteArray("DATA: x.dat;\n");
+        QTest::newRow("run, Save: saved, then run") << false << int(QMessageBox::Save) << true << QByteArray("#DATA: x.dat;\n");
+        QTest::newRow("close, Cancel: refused") << true << int(QMessageBox::Cancel) << false << QByteArray("DATA: x.dat;\n");
+        QTest::newRow("close, Discard: closed, nothing saved") << true << int(QMessageBox::Discard) << true << QByteArray("DATA: x.dat;\n");
+    }
+    void savePrompts()
+    {
+        QFETCH(bool, closing);
+        QFETCH(int, button);
+        QFETCH(bool, proceeds);
+        QFETCH(QByteArray, onDisk);
+        auto document = standInDocument("echo ran");
+        document->outputPane()->setText("before");
+        document->editor()->textCursor().insertText("#");
+        SeenBox seen;
+        ModalAnswerer answerer(clickBox(QMessageBox::StandardButton(button), &seen));
+        QSignalSpy finished(document.get(), &Workspace::process_finished);
+        const bool done = closing ? document->on_close() : (document->on_run(), proceeds && finished.wait(kWaitMs));
+        QCOMPARE(done, proceeds);
+        QCOMPARE(bool(seen.buttons & QMessageBox::Discard), closing);
+        QCOMPARE(seen.text, "The document has been modified.\nDo you want to save your changes?");
+        QCOMPARE(readFile(m_script), onDisk);
+        if (!closing)
+            QCOMPARE(document->outputPane()->text(), proceeds ? "\nran\n" : "before");
+    }
+
+    void examplePromptAskedOnce_data()
+    {
+        QTest::addColumn<int>("button");
+        QTest::addColumn<bool>("saved");
+        QTest::addColumn<QString>("savedAs");
+        QTest::newRow("Yes: Save As to a new file") << int(QMessageBox::Yes) << true << "copy.imp";
+        QTest::newRow("No: saved over the example") << int(QMessageBox::No) << true << "";
+        QTest::newRow("Cancel: nothing saved") << int(QMessageBox::Cancel) << false << "";
+    }
+    void examplePromptAskedOnce()
+    {
+        QFETCH(int, button);
+        QFETCH(bool, saved);
+        QFETCH(QString, savedAs);
+        const QString chapter = QCoreApplication::applicationDirPath() + "/User Guide Examples/ws test";
+        QVERIFY(QDir().mkpath(chapter));
+        const QString example = chapter + "/example.imp";
+        writeFile(example, "DATA: e.dat;\n");
+        Workspace document;
+        QVERIFY(document.on_open(example));
+        document.editor()->textCursor().insertText("#");
+        QStringList seen;
+        ModalAnswerer answerer(answer(QMessageBox::StandardButton(button), savedAs.isEmpty() ? "" : m_dir.filePath(savedAs), &seen));
+        QCOMPARE(document.on_save(false), saved);
+        QCOMPARE(readFile(example), QByteArray(button == QMessageBox::No ? "#DATA: e.dat;\n" : "DATA: e.dat;\n"));
+        QCOMPARE(seen.value(0), "The script appears to be a User Guide Example.\n\nWould you like to save to a new file?");
+        if (!savedAs.isEmpty())
+            QCOMPARE(readFile(m_dir.filePath(savedAs)), "#DATA: e.dat;\n");
+        document.on_save(false);
+        QCOMPARE(seen.filter("User Guide").size(), 1);
+        QDir(chapter).removeRecursively();
+    }
+
+    void outputPaneSavesThroughItsOwnDialog()
+    {
+        auto document = standInDocument("");
+        document->setDocumentNumber(4);
+        document->outputPane()->setText("log text");
+        document->outputPane()->setFocus();
+        QStringList seen;
+        ModalAnswerer answerer(answer(QMessageBox::Ok, m_dir.filePath("log.txt"), &seen));
+        QVERIFY(document->on_save(true));
+        QCOMPARE(seen, QStringList {"output4.txt"});
+        QCOMPARE(readFile(m_dir.filePath("log.txt")), "log text");
+        document->editor()->setFocus();
+        document->editor()->textCursor().insertText("#");
+        QVERIFY(document->on_save(false));
+        QCOMPARE(document->filePath(), m_script);
+        QCOMPARE(readFile(m_script), "#DATA: x.dat;\n");
+    }
+
+    void openRedirects_data()
+    {
+        QTest::addColumn<QString>("asked");
+        QTest::addColumn<QString>("opened");
+        QTest::addColumn<QString>("output");
+        QTest::addColumn<bool>("mplus");
+        QTest::newRow("engine output opens its script") << "Model.tovrel-out" << "Model.imp" << "Model.tovrel-out" << false;
+        QTest::newRow("output suffix in upper case") << "Model.TOVREL-OUT" << "Model.imp" << "Model.tovrel-out" << false;
+        QTest::newRow("Mplus output opens its input in Mplus mode") << "m.out" << "m.inp" << "m.out" << true;
+        QTest::newRow("a script opens as itself") << "Model.imp" << "Model.imp" << "Model.tovrel-out" << false;
+    }
+    void openRedirects()
+    {
+        QFETCH(QString, asked);
+        QFETCH(QString, opened);
+        QFETCH(QString, output);
+        QFETCH(bool, mplus);
+        for (const QString &name : {opened, output})
+            writeFile(m_dir.filePath(name), name.toUtf8());
+        Workspace document;
+        QVERIFY(document.on_open(m_dir.filePath(asked)));
+        QCOMPARE(document.filePath(), m_dir.filePath(opened));
+        QCOMPARE(document.editor()->toPlainText(), opened);
+        QCOMPARE(document.outputPane()->text(), output);
+        QCOMPARE(document.editor()->syntaxMode() == SyntaxMode::Mplus, mplus);
+        QVERIFY(!document.isModified());
+    }
+
+    void mplusRunsTheMplusProgram()
+    {
+        writeFile(m_dir.filePath("m.inp"), "TITLE: t;\n");
+        writeFile(m_plan, "printf 'mplus result\\n' > \"$1\"");
+        CSettings::instance().setMplusToolName(kStandIn);
+        Workspace document;
+        QVERIFY(document.on_open(m_dir.filePath("m.inp")));
+        QVERIFY(runToEnd(&document));
+        QCOMPARE(document.outputPane()->text(), "mplus result\n");
+        QCOMPARE(QString::fromUtf8(readFile(m_record)).split('\n').mid(1, 2), QStringList({m_dir.filePath("m.inp"), m_dir.filePath("m.out")}));
+    }
+
+    void noPlotsUntilThePaneIsShown()
+    {
+        auto document = standInDocument("T=$(tail -n 1 \"$TESTENGINE_RECORD\"); printf '\"V\" \"P\" \"A\"\\n\"y\" \"Beta\" \"x\"\\n' > \"$T/labels.dat\"; "
+                                        "for c in 1 2; do for i in 1 2 3 4 5; do echo \"$i,0.$i$c\"; done > \"$T/burn$c.csv\"; done");
+        document->on_autoPlot(false);
+        QSignalSpy plotted(document.get(), &Workspace::graphs_done);
+        QVERIFY(runToEnd(document.get()));
+        QVERIFY(document->plotsAvailable());
+        QVERIFY(!plotted.wait(500));
+        QCOMPARE(document->graphPanel()->pageText(), "Plot : 0 of 0");
+        document->on_plot(true);
+        QVERIFY(plotted.wait(kWaitMs));
+        QCOMPARE(document->graphPanel()->pageText(), "Plot : 1 of 1");
+        QVERIFY(document->findChild<QDockWidget *>("dockGraph")->isVisible());
+    }
+
+    void stopShowsNoCrashBoxButALaterCrashDoes()
+    {
+        auto document = standInDocument("echo start; exec sleep 30");
+        SeenBox seen;
+        ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
+        QSignalSpy streamed(document.get(), &Workspace::output_receieved);
+        QSignalSpy finished(document.get(), &Workspace::process_finished);
+        document->on_run();
+        QVERIFY(streamed.wait(kWaitMs));
+        auto *spinner = document->outputPane()->findChild<WaitingSpinnerWidget *>();
+        QVERIFY(spinner && spinner->isSpinning() && document->outputPane()->isEnabled());
+        QCOMPARE(QList<double>({spinner->roundness(), spinner->minimumTrailOpacity(), spinner->trailFadePercentage(), spinner->revolutionsPerSecond()}), QList<double>({70, 15, 70, 1.5}));
+        QCOMPARE(QList<int>({spinner->numberOfLines(), spinner->lineLength(), spinner->lineWidth(), spinner->innerRadius()}), QList<int>({12, 5, 2, 3}));
+        document->on_stop();
+        QVERIFY(finished.wait(kWaitMs));
+        QTest::qWait(100);
+        QCOMPARE(seen.count, 0);
+        QVERIFY(document->iterationHistory().endsWith("start\n\n\nTovrel stopped by user."));
+        writeFile(m_plan, "kill -SEGV $$");
+        QVERIFY(runToEnd(document.get()));
+        QTRY_COMPARE(seen.count, 1);
+        QCOMPARE(seen.title, "Error!");
+        QCOMPARE(seen.text, "Tovrel had an unexpected crash.\n Please contact Tovrel support.");
+    }
+
+    void closingDuringARunLeavesNoProcessNorFolder_data()
+    {
+        QTest::addColumn<bool>("destroy");
+        QTest::newRow("closed") << false;
+        QTest::newRow("destroyed") << true;
+    }
+    void closingDuringARunLeavesNoProcessNorFolder()
+    {
+        QFETCH(bool, destroy);
+        QVERIFY(QDir(m_dir.path()).mkpath("outside"));
+        writeFile(m_dir.filePath("outside/keep.txt"), "keep");
+        QFile::remove(m_dir.filePath("pid"));
+        auto document = standInDocument(QString("T=$(tail -n 1 \"$TESTENGINE_RECORD\"); ln -s '%1' \"$T/link\"; echo $$ > '%2'; exec sleep 30")
+                                            .arg(m_dir.filePath("outside"), m_dir.filePath("pid")).toUtf8());
+        document->on_run();
+        QTRY_VERIFY(!readFile(m_dir.filePath("pid")).isEmpty());
+        const QString pid = QString::fromUtf8(readFile(m_dir.filePath("pid"))).trimmed();
+        const QString folder = traceFolder();
+        QVERIFY(QFileInfo::exists(folder + "/link"));
+        QVERIFY(destroy ? (document.reset(), true) : document->on_close());
+        QVERIFY(!QFileInfo::exists("/proc/" + pid));
+        QVERIFY(!QFileInfo::exists(folder));
+        QCOMPARE(readFile(m_dir.filePath("outside/keep.txt")), "keep");
+    }
+
+    void commandFill_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<bool>("caseSensitive");
+        QTest::addColumn<QString>("filled");
+        QTest::newRow("empty command filled") << "DATA: ;\nMODEL: ;" << "DATA" << "a.dat" << false << "DATA: a.dat;\nMODEL: ;";
+        QTest::newRow("blanks around the colon") << "DATA \t:  ;" << "DATA" << "a.dat" << false << "DATA: a.dat;";
+        QTest::newRow("spelled as the setting, any case matched") << "data: ;" << "DATA" << "a.dat" << false << "DATA: a.dat;";
+        QTest::newRow("case-sensitive leaves other spellings") << "data: ;" << "DATA" << "a.dat" << true << "data: ;";
+        QTest::newRow("a command with a value stays") << "DATA: b.dat;" << "DATA" << "a.dat" << false << "DATA: b.dat;";
+        QTest::newRow("every empty one is filled") << "DATA: ; DATA:;" << "DATA" << "a" << false << "DATA: a; DATA: a;";
+        QTest::newRow("trimmed word and value") << "DATA: ;" << " DATA " << " a.dat " << false << "DATA: a.dat;";
+        QTest::newRow("blank value: unchanged") << "DATA: ;" << "DATA" << "  " << false << "DATA: ;";
+        QTest::newRow("blank word: unchanged") << "DATA: ;" << " " << "a" << false << "DATA: ;";
+        QTest::newRow("the word is a pattern, unescaped") << "DATA: ; DAT: ;" << "DATA?" << "a" << false << "DATA?: a; DATA?: a;";
+        QTest::newRow("an invalid pattern: unchanged") << "DATA: ;" << "DA(TA" << "a" << false << "DATA: ;";
+        QTest::newRow("backslashes and percent signs kept") << "DATA: ;" << "DATA" << "C:\\d\\1 %1.dat" << false << "DATA: C:\\d\\1 %1.dat;";
+    }
+    void commandFill()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, command);
+        QFETCH(QString, value);
+        QFETCH(bool, caseSensitive);
+        QTEST(fillCommand(text, command, value, caseSensitive), "filled");
+    }
+
+    void importFillsTheDefaultScript()
+    {
+        CSettings::instance().setDefaultCommandSet("DATA: ;\nVARIABLES: ;\nMISSING: ;");
+        CSettings::instance().loadSettings();
+        Workspace document;
+        document.on_import("d.dat", "y x", "-99");
+        QCOMPARE(document.editor()->toPlainText(), "DATA: d.dat;\nVARIABLES: y x;\nMISSING: -99;");
+        QVERIFY(document.isModified() && document.filePath().isEmpty());
+    }
+
+    void orientationFollowsTheSetting()
+    {
+        Workspace document;
+        for (bool vertical : {true, false, true}) {
+            CSettings::instance().setVerticalLayout(vertical);
+            Q_EMIT CSettings::instance().did_apply();
+            QCOMPARE(document.dockWidgetArea(document.findChild<QDockWidget *>("dockOut")), vertical ? Qt::BottomDockWidgetArea : Qt::RightDockWidgetArea);
+        }
+    }
 };
 
 TOVREL_TEST_MAIN(TestWorkspace)
