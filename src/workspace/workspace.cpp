@@ -534,6 +534,7 @@ void Workspace::on_run()
     ui->te_Out->setText(QStringLiteral("\n"));
     setOutLogFont();
     m_scriptPath = m_file->fileName();
+    m_outputBefore = QFileInfo(outputPath()).lastModified();
     m_stoppedByUser = false;
     m_fullOutput.clear();
     if (ui->te_SyntaxEditor->syntaxMode() == SyntaxMode::Mplus) {
@@ -622,14 +623,19 @@ void Workspace::processFinished(int exitCode)
 
     const bool failed = exitCode != 0 || m_runner->process()->exitStatus() == QProcess::CrashExit;
     m_fullOutput = ui->te_Out->text();
-    bool hadFile = false;
-    const QString fileText = readText(outputPath(), &hadFile);
+    // Only a file this run wrote is its output: one left by an earlier run would show old
+    // results as new.
+    bool hadFile = QFileInfo(outputPath()).lastModified() != m_outputBefore;
+    const QString fileText = hadFile ? readText(outputPath(), &hadFile) : QString();
     // After a failure the stream follows the engine's own file; without a file the pane
     // already holds the stream, once.
-    if (hadFile)
-        ui->te_Out->setText(failed ? fileText + m_fullOutput : fileText);
+    QString shown = m_fullOutput;
+    if (hadFile) {
+        shown = failed ? fileText + m_fullOutput : fileText;
+        ui->te_Out->setText(shown);
+    }
     if (failed || !hadFile)
-        saveOutput();
+        saveOutput(shown);
 
     if (failed || m_lastRunMplus) {
         m_plotsAvailable = false;
@@ -646,7 +652,7 @@ void Workspace::processFinished(int exitCode)
     Q_EMIT process_finished();
 }
 
-void Workspace::saveOutput()
+void Workspace::saveOutput(const QString &vText)
 {
     const QString path = outputPath();
     if (path.isEmpty())
@@ -654,7 +660,7 @@ void Workspace::saveOutput()
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
         return;
-    file.write(ui->te_Out->text().toUtf8());
+    file.write(vText.toUtf8());
     if (file.commit())
         qDebug(" ~ Saved output ~ ");
 }
