@@ -394,6 +394,8 @@ void Workspace::shutDown()
 
 void Workspace::updateTitle()
 {
+    const QString output = QFileInfo(outputPath()).fileName();
+    ui->lblOutTitle->setText(output.isEmpty() ? tr("Output") : tr("Output: %1").arg(output));
     setWindowTitle(displayName() + QStringLiteral("[*]"));
     setWindowModified(isModified());
 }
@@ -769,8 +771,13 @@ void Workspace::graphs_finished()
     m_plotsMade = true;
     m_graphPanel->showPlots(m_tempDir->path());
     m_graphPanel->setImageSize(m_plotSettings->width(), m_plotSettings->height());
-    if (!ui->actionPlot->isChecked())
+    if (!ui->actionPlot->isChecked()) {
         ui->actionPlot->setChecked(true);
+        // A plot wants as much room as the output beside (or under) it.
+        const Qt::Orientation along = m_verticalLayout ? Qt::Horizontal : Qt::Vertical;
+        const int room = m_verticalLayout ? ui->dockOut->width() : ui->dockOut->height();
+        resizeDocks({ui->dockOut, ui->dockGraph}, {room / 2, room / 2}, along);
+    }
     Q_EMIT graphs_done(this);
 }
 
