@@ -23,6 +23,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLoggingCategory>
+#include <QMdiSubWindow>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSaveFile>
@@ -293,7 +294,8 @@ void Workspace::loadScript(const QString &vText, bool vMplus)
 
 bool Workspace::maybeSave(bool vAllowDiscard)
 {
-    if (!isModified())
+    // The engine runs a file: a script never saved is asked for before a run, not before closing.
+    if (!isModified() && (vAllowDiscard || m_file->hasFileName()))
         return true;
     QMessageBox::StandardButtons buttons = QMessageBox::Save | QMessageBox::Cancel;
     if (vAllowDiscard)
@@ -358,7 +360,12 @@ bool Workspace::on_close()
         return false;
     m_closeConfirmed = true;
     shutDown();
-    close();
+    // Inside the main window the sub-window goes with the document; it asks this one through
+    // closeEvent, which now agrees without a second question.
+    if (auto *frame = qobject_cast<QMdiSubWindow *>(parentWidget()))
+        frame->close();
+    else
+        close();
     return true;
 }
 
@@ -466,8 +473,6 @@ void Workspace::on_actionClear_triggered() { on_clear(); }
 
 void Workspace::on_actionOpen_triggered()
 {
-    if (!maybeSave(true))
-        return;
     // A chooser of its own: a cancelled dialog must not cost this document its file name.
     FileHandling chooser;
     chooser.clear();
@@ -475,7 +480,7 @@ void Workspace::on_actionOpen_triggered()
                           QStringLiteral("*.imp *.txt *.tovrel-out *.inp *.out"));
     bool chosen = false;
     const QString path = chooser.openWithDialog(chosen);
-    if (chosen)
+    if (chosen && maybeSave(true))
         on_open(path);
 }
 

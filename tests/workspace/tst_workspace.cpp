@@ -12,6 +12,8 @@
 #include "workspace/workspace.h"
 
 #include <QDockWidget>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QSettings>
@@ -28,7 +30,7 @@ const QString kStandIn = QStringLiteral(TOVREL_TEST_ENGINE);
 QString binDir() { return qEnvironmentVariable("TOVREL_TEST_BIN_DIR"); }
 
 // Answers message boxes with vButton and file dialogs with vFile (Cancel when empty); vSeen gets
-// each box's text and each dialog's proposed name.
+// each box's text and each dialog's title, filter and proposed name.
 std::function<void(QWidget *)> answer(QMessageBox::StandardButton vButton, const QString &vFile,
                                       QStringList *vSeen)
 {
@@ -37,7 +39,8 @@ std::function<void(QWidget *)> answer(QMessageBox::StandardButton vButton, const
             *vSeen << box->text();
             box->button(box->button(vButton) ? vButton : QMessageBox::Ok)->click();
         } else if (auto *dialog = qobject_cast<QFileDialog *>(vModal)) {
-            *vSeen << QFileInfo(dialog->selectedFiles().value(0)).fileName();
+            *vSeen << dialog->windowTitle() << dialog->nameFilters().join(";;")
+                   << QFileInfo(dialog->selectedFiles().value(0)).fileName();
             if (vFile.isEmpty())
                 return dialog->reject();
             dialog->findChild<QLineEdit *>("fileNameEdit")->setText(vFile);
@@ -116,6 +119,8 @@ private Q_SLOTS:
         document.on_tb_saveAll_plot_clicked();
         const QByteArray pdf = readFile(m_dir.filePath("all.pdf"));
         QCOMPARE(pdf.count("/Type /Page") - pdf.count("/Type /Pages"), 7);
+        document.on_run(); // the old plots' folder is gone: the dock no longer pages through it
+        QCOMPARE(document.graphPanel()->pageText(), "Plot : 0 of 0");
     }
 
     void runOutcome_data()
@@ -222,7 +227,7 @@ private Q_SLOTS:
         QStringList seen;
         ModalAnswerer answerer(answer(QMessageBox::Ok, m_dir.filePath("log.txt"), &seen));
         QVERIFY(document->on_save(true));
-        QCOMPARE(seen, QStringList {"output4.txt"});
+        QCOMPARE(seen, QStringList({"Enter file name to save", "Text files (*.txt)", "output4.txt"}));
         QCOMPARE(readFile(m_dir.filePath("log.txt")), "log text");
         document->editor()->setFocus();
         document->editor()->textCursor().insertText("#");
@@ -254,6 +259,16 @@ private Q_SLOTS:
         QCOMPARE(document.outputPane()->text(), output);
         QCOMPARE(document.editor()->syntaxMode() == SyntaxMode::Mplus, mplus);
         QVERIFY(!document.isModified());
+    }
+
+    void openDialogAsksForScriptsAndKeepsTheFileWhenCancelled()
+    {
+        auto document = standInDocument("");
+        QStringList seen;
+        ModalAnswerer answerer(answer(QMessageBox::Ok, "", &seen));
+        document->on_actionOpen_triggered();
+        QCOMPARE(seen.mid(0, 2), QStringList({"Select Syntax File to Open", "Files (*.imp *.txt *.tovrel-out *.inp *.out)"}));
+        QCOMPARE(document->filePath(), m_script);
     }
 
     void mplusRunsTheMplusProgram()
@@ -327,14 +342,17 @@ private Q_SLOTS:
         QVERIFY(QDir(m_dir.path()).mkpath("outside"));
         writeFile(m_dir.filePath("outside/keep.txt"), "keep");
         QFile::remove(m_dir.filePath("pid"));
+        QMdiArea area; // hosts the document as the main window does; outlives it
         auto document = standInDocument(QString("T=$(tail -n 1 \"$TESTENGINE_RECORD\"); ln -s '%1' \"$T/link\"; echo $$ > '%2'; exec sleep 30")
                                             .arg(m_dir.filePath("outside"), m_dir.filePath("pid")).toUtf8());
+        QMdiSubWindow *frame = area.addSubWindow(document.get());
+        area.show();
         document->on_run();
         QTRY_VERIFY(!readFile(m_dir.filePath("pid")).isEmpty());
         const QString pid = QString::fromUtf8(readFile(m_dir.filePath("pid"))).trimmed();
         const QString folder = traceFolder();
         QVERIFY(QFileInfo::exists(folder + "/link"));
-        QVERIFY(destroy ? (document.reset(), true) : document->on_close());
+        QVERIFY(destroy ? (document.reset(), true) : document->on_close() && !frame->isVisible());
         QVERIFY(!QFileInfo::exists("/proc/" + pid));
         QVERIFY(!QFileInfo::exists(folder));
         QCOMPARE(readFile(m_dir.filePath("outside/keep.txt")), "keep");
