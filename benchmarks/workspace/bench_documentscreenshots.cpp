@@ -58,14 +58,17 @@ int main(int argc, char *argv[])
     QApplication::setStyle(QStyleFactory::create("Fusion"));
     const QDir folder(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("."));
     const QString bin = QCoreApplication::applicationDirPath() + QStringLiteral("/../bin");
-    const QString chapter = bin + QStringLiteral("/User Guide Examples/1.1-Potential Scale Reduction");
+    const QString chapter
+        = bin + QStringLiteral("/User Guide Examples/1.1-Potential Scale Reduction");
     QTemporaryDir work;
     for (const char *name : {"slow_convergence.imp", "slow.dat"})
-        QFile::copy(chapter + QLatin1Char('/') + QLatin1String(name), work.filePath(QLatin1String(name)));
+        QFile::copy(chapter + QLatin1Char('/') + QLatin1String(name),
+                    work.filePath(QLatin1String(name)));
     CSettings::instance().setCommandLineToolName(bin + QStringLiteral("/tovrel"));
     const QString script = work.filePath(QStringLiteral("slow_convergence.imp"));
     const QPalette light = QApplication::style()->standardPalette();
-    const bool ok = shoot(folder.filePath(QStringLiteral("document-light.png")), light, false, script)
+    const bool ok
+        = shoot(folder.filePath(QStringLiteral("document-light.png")), light, false, script)
         && shoot(folder.filePath(QStringLiteral("document-dark.png")), darkPalette(), true, script);
     return ok ? 0 : 1;
 }

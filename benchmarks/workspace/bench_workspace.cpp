@@ -19,14 +19,14 @@
 #include "config/csettings.h"
 #include "plots/wgraphpanel.h"
 #include "workspace/outputhighlighter.h"
-#include "workspace/woutputpane.h"
 #include "workspace/workspace.h"
+#include "workspace/woutputpane.h"
 
 #include <QElapsedTimer>
 #include <QMdiArea>
 #include <QMdiSubWindow>
-#include <QTextDocument>
 #include <QSignalSpy>
+#include <QTextDocument>
 #include <QTimer>
 
 #include <cstdio>
@@ -109,7 +109,8 @@ void writeOutput(const QString &vPath, qint64 vBytes)
 {
     QFile file(vPath);
     file.open(QIODevice::WriteOnly);
-    file.write("TOVREL COMPUTATIONAL ENGINE\n\nBURN-IN POTENTIAL SCALE REDUCTION (PSR) OUTPUT:\n\n");
+    file.write(
+        "TOVREL COMPUTATIONAL ENGINE\n\nBURN-IN POTENTIAL SCALE REDUCTION (PSR) OUTPUT:\n\n");
     for (int iteration = 1; file.size() < vBytes; ++iteration) {
         QByteArray row = QByteArray::number(iteration).rightJustified(8);
         for (int column = 0; column < 9; ++column)
@@ -132,8 +133,8 @@ int stream(const QDir &vDir, int vMegabytes)
 {
     const QString data = vDir.filePath(QStringLiteral("flood.txt"));
     writeOutput(data, qint64(vMegabytes) << 20);
-    const QString engine = writeScript(vDir, QStringLiteral("flood.sh"),
-                                       "exec cat '" + data.toUtf8() + "'");
+    const QString engine
+        = writeScript(vDir, QStringLiteral("flood.sh"), "exec cat '" + data.toUtf8() + "'");
     QElapsedTimer clock;
     QProcess floor;
     floor.setStandardOutputFile(QProcess::nullDevice());
@@ -200,11 +201,11 @@ int plots(const QDir &vDir)
     const double bareMs = clock.nsecsElapsed() / 1e6;
 
     // The stand-in engine leaves the prepared traces in the folder it is given.
-    const QString engine = writeScript(
-        vDir, QStringLiteral("traces.sh"),
-        "while [ $# -gt 1 ]; do [ \"$1\" = --traceplot ] && T=$2; shift; done; cp '"
-            + traces.path().toUtf8() + "'/burn*.csv '" + traces.path().toUtf8()
-            + "'/labels.dat \"$T\"");
+    const QString engine
+        = writeScript(vDir, QStringLiteral("traces.sh"),
+                      "while [ $# -gt 1 ]; do [ \"$1\" = --traceplot ] && T=$2; shift; done; cp '"
+                          + traces.path().toUtf8() + "'/burn*.csv '" + traces.path().toUtf8()
+                          + "'/labels.dat \"$T\"");
     const QString script = vDir.filePath(QStringLiteral("traces.imp"));
     {
         QFile file(script);
@@ -236,7 +237,8 @@ int ten(const QDir &vDir)
 {
     constexpr int kDocuments = 10;
     const QString bin = QCoreApplication::applicationDirPath() + QStringLiteral("/../bin");
-    const QString chapter = bin + QStringLiteral("/User Guide Examples/1.1-Potential Scale Reduction");
+    const QString chapter
+        = bin + QStringLiteral("/User Guide Examples/1.1-Potential Scale Reduction");
     CSettings::instance().setCommandLineToolName(bin + QStringLiteral("/tovrel"));
     QMdiArea area;
     area.resize(1280, 800);
@@ -246,7 +248,8 @@ int ten(const QDir &vDir)
     for (int i = 0; i < kDocuments; ++i) {
         const QDir folder(vDir.filePath(QString::number(i)));
         vDir.mkpath(QString::number(i));
-        QFile::copy(chapter + QStringLiteral("/slow.dat"), folder.filePath(QStringLiteral("slow.dat")));
+        QFile::copy(chapter + QStringLiteral("/slow.dat"),
+                    folder.filePath(QStringLiteral("slow.dat")));
         QFile example(chapter + QStringLiteral("/slow_convergence.imp"));
         example.open(QIODevice::ReadOnly);
         QFile copy(folder.filePath(QStringLiteral("model.imp")));

@@ -134,8 +134,8 @@ Workspace::Workspace(QWidget *parent)
     connect(ui->actionDuplicate, &QAction::triggered, this, &Workspace::on_duplicate);
     connect(ui->actionZoomIn, &QAction::triggered, this, &Workspace::on_zoomIn);
     connect(ui->actionZoomOut, &QAction::triggered, this, &Workspace::on_zoomOut);
-    for (QAction *state : {ui->actionRun, ui->actionStop, ui->actionOutput, ui->actionPlot,
-                           ui->actionAuto_plot})
+    for (QAction *state :
+         {ui->actionRun, ui->actionStop, ui->actionOutput, ui->actionPlot, ui->actionAuto_plot})
         connect(state, &QAction::changed, this, &Workspace::actionsChanged);
 
     connect(m_graphPanel, &WGraphPanel::do_plotSettings, this,
@@ -177,8 +177,8 @@ QString Workspace::outputPath() const
     const QString extension = ui->te_SyntaxEditor->syntaxMode() == SyntaxMode::Mplus
         ? QStringLiteral("out")
         : CSettings::instance().outputExtension();
-    return script.absolutePath() + QLatin1Char('/') + script.completeBaseName()
-        + QLatin1Char('.') + extension;
+    return script.absolutePath() + QLatin1Char('/') + script.completeBaseName() + QLatin1Char('.')
+        + extension;
 }
 
 bool Workspace::isModified() const
@@ -269,11 +269,13 @@ bool Workspace::on_open(const QString &vImpFile)
     bool readable = false;
     const QString text = readText(path, &readable);
     if (!readable || !m_file->open(path) || !m_file->read()) {
-        QMessageBox::warning(this, tr("Error!"),
-                             tr("Cannot open the file \"%1\".").arg(QDir::toNativeSeparators(path)));
+        QMessageBox::warning(
+            this, tr("Error!"),
+            tr("Cannot open the file \"%1\".").arg(QDir::toNativeSeparators(path)));
         return false;
     }
-    const bool mplus = QFileInfo(path).suffix().compare(QStringLiteral("inp"), Qt::CaseInsensitive) == 0;
+    const bool mplus
+        = QFileInfo(path).suffix().compare(QStringLiteral("inp"), Qt::CaseInsensitive) == 0;
     loadScript(text, mplus);
     m_examplePromptPending = true;
     bool hasOutput = false;
@@ -423,19 +425,58 @@ void Workspace::documentWasModified()
 
 // --- Editing -----------------------------------------------------------------------------
 
-void Workspace::on_selectAll() { ui->te_SyntaxEditor->selectAll(); }
-void Workspace::on_cut() { ui->te_SyntaxEditor->cut(); }
-void Workspace::on_copy() { ui->te_SyntaxEditor->copy(); }
-void Workspace::on_paste() { ui->te_SyntaxEditor->paste(); }
-void Workspace::on_undo() { ui->te_SyntaxEditor->undo(); }
-void Workspace::on_redo() { ui->te_SyntaxEditor->redo(); }
-void Workspace::on_selectLine() { ui->te_SyntaxEditor->selectLine(); }
-void Workspace::on_indent() { ui->te_SyntaxEditor->addIndent(); }
-void Workspace::on_unindent() { ui->te_SyntaxEditor->unIndent(); }
-void Workspace::on_comment() { ui->te_SyntaxEditor->comment(); }
-void Workspace::on_duplicate() { ui->te_SyntaxEditor->duplicateSelection(); }
-void Workspace::on_zoomIn() { ui->te_SyntaxEditor->zoomIn(); }
-void Workspace::on_zoomOut() { ui->te_SyntaxEditor->zoomOut(); }
+void Workspace::on_selectAll()
+{
+    ui->te_SyntaxEditor->selectAll();
+}
+void Workspace::on_cut()
+{
+    ui->te_SyntaxEditor->cut();
+}
+void Workspace::on_copy()
+{
+    ui->te_SyntaxEditor->copy();
+}
+void Workspace::on_paste()
+{
+    ui->te_SyntaxEditor->paste();
+}
+void Workspace::on_undo()
+{
+    ui->te_SyntaxEditor->undo();
+}
+void Workspace::on_redo()
+{
+    ui->te_SyntaxEditor->redo();
+}
+void Workspace::on_selectLine()
+{
+    ui->te_SyntaxEditor->selectLine();
+}
+void Workspace::on_indent()
+{
+    ui->te_SyntaxEditor->addIndent();
+}
+void Workspace::on_unindent()
+{
+    ui->te_SyntaxEditor->unIndent();
+}
+void Workspace::on_comment()
+{
+    ui->te_SyntaxEditor->comment();
+}
+void Workspace::on_duplicate()
+{
+    ui->te_SyntaxEditor->duplicateSelection();
+}
+void Workspace::on_zoomIn()
+{
+    ui->te_SyntaxEditor->zoomIn();
+}
+void Workspace::on_zoomOut()
+{
+    ui->te_SyntaxEditor->zoomOut();
+}
 
 void Workspace::on_clear()
 {
@@ -459,17 +500,50 @@ void Workspace::on_actionFind_Replace_triggered(bool vChecked)
         ui->te_SyntaxEditor->setFocus();
 }
 
-void Workspace::on_actionNew_triggered() { on_new(); }
-void Workspace::on_actionSave_triggered() { on_save(false); }
-void Workspace::on_actionSaveAs_triggered() { on_save(true); }
-void Workspace::on_actionClose_triggered() { on_close(); }
-void Workspace::on_actionSelect_All_triggered() { on_selectAll(); }
-void Workspace::on_actionCut_triggered() { on_cut(); }
-void Workspace::on_actionCopy_triggered() { on_copy(); }
-void Workspace::on_actionPaste_triggered() { on_paste(); }
-void Workspace::on_actionUndo_triggered() { on_undo(); }
-void Workspace::on_actionRedo_triggered() { on_redo(); }
-void Workspace::on_actionClear_triggered() { on_clear(); }
+void Workspace::on_actionNew_triggered()
+{
+    on_new();
+}
+void Workspace::on_actionSave_triggered()
+{
+    on_save(false);
+}
+void Workspace::on_actionSaveAs_triggered()
+{
+    on_save(true);
+}
+void Workspace::on_actionClose_triggered()
+{
+    on_close();
+}
+void Workspace::on_actionSelect_All_triggered()
+{
+    on_selectAll();
+}
+void Workspace::on_actionCut_triggered()
+{
+    on_cut();
+}
+void Workspace::on_actionCopy_triggered()
+{
+    on_copy();
+}
+void Workspace::on_actionPaste_triggered()
+{
+    on_paste();
+}
+void Workspace::on_actionUndo_triggered()
+{
+    on_undo();
+}
+void Workspace::on_actionRedo_triggered()
+{
+    on_redo();
+}
+void Workspace::on_actionClear_triggered()
+{
+    on_clear();
+}
 
 void Workspace::on_actionOpen_triggered()
 {
@@ -650,8 +724,8 @@ void Workspace::processFinished(int exitCode)
         ui->actionPlot->setChecked(false);
         Q_EMIT disable_plot();
     } else if (m_tempDir && m_tempDir->isValid()) {
-        m_plotsAvailable = QFileInfo::exists(m_tempDir->filePath(kChainFileBase
-                                                                 + QStringLiteral("1.csv")));
+        m_plotsAvailable
+            = QFileInfo::exists(m_tempDir->filePath(kChainFileBase + QStringLiteral("1.csv")));
         setPlotControlsEnabled(m_plotsAvailable);
         if (m_autoPlot || ui->actionPlot->isChecked())
             makePlots();
@@ -742,9 +816,8 @@ void Workspace::makePlots()
     connect(m_graphing, &GraphingEngine::did_sendErr, this, [this](const QString &vMessage) {
         if (!isPlotting())
             endPlotting();
-        QTimer::singleShot(0, this, [this, vMessage] {
-            QMessageBox::warning(this, tr("Warning"), vMessage);
-        });
+        QTimer::singleShot(
+            0, this, [this, vMessage] { QMessageBox::warning(this, tr("Warning"), vMessage); });
     });
     m_graphPanel->setBusy(true);
     delete m_plotSpinner;
@@ -788,19 +861,37 @@ void Workspace::graphs_finished()
 
 void Workspace::setPlotControlsEnabled(bool vEnabled)
 {
-    for (QAction *action : {ui->actionNext, ui->actionPrevious, ui->actionGo_to,
-                            ui->actionSave_Cur_Plot, ui->actionSave_All_Plots,
-                            ui->actionPlot_Popout, ui->actionPlotSettings})
+    for (QAction *action :
+         {ui->actionNext, ui->actionPrevious, ui->actionGo_to, ui->actionSave_Cur_Plot,
+          ui->actionSave_All_Plots, ui->actionPlot_Popout, ui->actionPlotSettings})
         action->setEnabled(vEnabled);
     m_graphPanel->setEnabled(vEnabled);
 }
 
-void Workspace::on_tb_save_plot_clicked() { m_graphPanel->on_tb_save_plot_clicked(); }
-void Workspace::on_tb_saveAll_plot_clicked() { m_graphPanel->on_tb_saveAll_plot_clicked(); }
-void Workspace::on_tb_left_clicked() { m_graphPanel->on_tb_left_clicked(); }
-void Workspace::on_tb_right_clicked() { m_graphPanel->on_tb_right_clicked(); }
-void Workspace::on_tb_popout_clicked() { m_graphPanel->on_tb_popout_clicked(); }
-void Workspace::on_actionGo_to_triggered() { m_graphPanel->on_actionGo_to_triggered(); }
+void Workspace::on_tb_save_plot_clicked()
+{
+    m_graphPanel->on_tb_save_plot_clicked();
+}
+void Workspace::on_tb_saveAll_plot_clicked()
+{
+    m_graphPanel->on_tb_saveAll_plot_clicked();
+}
+void Workspace::on_tb_left_clicked()
+{
+    m_graphPanel->on_tb_left_clicked();
+}
+void Workspace::on_tb_right_clicked()
+{
+    m_graphPanel->on_tb_right_clicked();
+}
+void Workspace::on_tb_popout_clicked()
+{
+    m_graphPanel->on_tb_popout_clicked();
+}
+void Workspace::on_actionGo_to_triggered()
+{
+    m_graphPanel->on_actionGo_to_triggered();
+}
 
 void Workspace::on_tb_settings_plot_clicked()
 {

@@ -8,14 +8,14 @@
 #include "testfiles.h"
 #include "workspace/commandfill.h"
 #include "workspace/outputhighlighter.h"
-#include "workspace/woutputpane.h"
 #include "workspace/workspace.h"
+#include "workspace/woutputpane.h"
 
 #include <QDockWidget>
-#include <QMdiArea>
-#include <QMdiSubWindow>
 #include <QFileDialog>
 #include <QLineEdit>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QToolButton>
@@ -27,7 +27,10 @@ namespace {
 constexpr int kWaitMs = 60000;
 const QString kStandIn = QStringLiteral(TOVREL_TEST_ENGINE);
 
-QString binDir() { return qEnvironmentVariable("TOVREL_TEST_BIN_DIR"); }
+QString binDir()
+{
+    return qEnvironmentVariable("TOVREL_TEST_BIN_DIR");
+}
 
 // Answers message boxes with vButton and file dialogs with vFile (Cancel when empty); vSeen gets
 // each box's text and each dialog's title, filter and proposed name.
@@ -73,8 +76,6 @@ class TestWorkspace : public QObject
         QSignalSpy finished(vDocument, &Workspace::process_finished);
         return (vDocument->on_run(), !finished.isEmpty() || finished.wait(kWaitMs));
     }
-    // The folder the stand-in engine was given for trace plots.
-    QString traceFolder() { return QString::fromUtf8(readFile(m_record)).split('\n').value(5); }
 
 private Q_SLOTS:
     void initTestCase()
@@ -105,14 +106,16 @@ private Q_SLOTS:
         QSignalSpy plotted(&document, &Workspace::graphs_done);
         QVERIFY(runToEnd(&document));
         QVERIFY(!streamed.isEmpty());
-        const QString file = QString::fromUtf8(readFile(m_dir.filePath("slow_convergence.tovrel-out")));
+        const QString file
+            = QString::fromUtf8(readFile(m_dir.filePath("slow_convergence.tovrel-out")));
         QCOMPARE(document.outputPane()->text(), file);
         QVERIFY(document.iterationHistory().size() > file.size());
         // The lines in view are coloured again once the file's text has replaced the stream.
         QTRY_VERIFY(!document.outputPane()->document()->firstBlock().layout()->formats().isEmpty());
         QVERIFY(plotted.wait(kWaitMs));
         QCOMPARE(document.graphPanel()->pageText(), "Plot : 1 of 7");
-        QTest::mouseClick(document.graphPanel()->findChild<QToolButton *>("tb_right"), Qt::LeftButton);
+        QTest::mouseClick(document.graphPanel()->findChild<QToolButton *>("tb_right"),
+                          Qt::LeftButton);
         QCOMPARE(document.graphPanel()->pageText(), "Plot : 2 of 7");
         QStringList seen;
         ModalAnswerer answerer(answer(QMessageBox::Ok, m_dir.filePath("all.pdf"), &seen));
@@ -128,12 +131,14 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("plan");
         QTest::addColumn<QString>("pane");
         QTest::addColumn<bool>("plotsDisabled");
+        // clang-format off
         QTest::newRow("clean exit: the output file replaces the stream") << QByteArray("echo streamed; printf 'final\\n' > \"$OUTPUT\"") << "final\n" << false;
         QTest::newRow("no output file: the stream is kept and saved") << QByteArray("echo streamed") << "\nstreamed\n" << false;
         QTest::newRow("failure: the stream follows the file") << QByteArray("echo streamed; printf 'final\\n' > \"$OUTPUT\"; exit 3") << "final\n\nstreamed\n" << true;
         QTest::newRow("stderr during a run joins the stream") << QByteArray("echo a; sleep 0.2; echo warn >&2; sleep 0.2; echo b; exit 1") << "\na\nwarn\nb\n" << true;
         QTest::newRow("a 1 MB line streams whole") << QByteArray("head -c 1048576 /dev/zero | tr '\\0' x; echo; echo end") << "\n" + QString(1 << 20, 'x') + "\nend\n" << false;
         QTest::newRow("invalid UTF-8 and NUL bytes lose nothing after them") << QByteArray("printf 'a\\377\\0b\\n'; echo end; exit 1") << QString("\na\uFFFD") + QChar(0) + "b\nend\n" << true;
+        // clang-format on
     }
     void runOutcome()
     {
@@ -156,17 +161,20 @@ private Q_SLOTS:
         auto document = standInDocument("");
         CSettings::instance().setCommandLineToolName("/nowhere");
         QVERIFY(runToEnd(document.get()));
-        QCOMPARE(document->outputPane()->text(), "\nTovrel Studio:\n\nERROR: Executable does not exist!\n See '/nowhere'");
+        QCOMPARE(document->outputPane()->text(),
+                 "\nTovrel Studio:\n\nERROR: Executable does not exist!\n See '/nowhere'");
     }
 
     void savePrompts_data()
     {
         QTest::addColumn<bool>("closing");
         QTest::addColumn<int>("button");
+        // clang-format off
         QTest::newRow("run, Cancel: nothing runs, the pane is untouched") << false << int(QMessageBox::Cancel);
         QTest::newRow("run, Save: saved, then run") << false << int(QMessageBox::Save);
         QTest::newRow("close, Cancel: refused") << true << int(QMessageBox::Cancel);
         QTest::newRow("close, Discard: closed, nothing saved") << true << int(QMessageBox::Discard);
+        // clang-format on
     }
     void savePrompts()
     {
@@ -179,11 +187,13 @@ private Q_SLOTS:
         SeenBox seen;
         ModalAnswerer answerer(clickBox(QMessageBox::StandardButton(button), &seen));
         QSignalSpy finished(document.get(), &Workspace::process_finished);
-        const bool done = closing ? document->on_close() : (document->on_run(), proceeds && finished.wait(kWaitMs));
+        const bool done = closing ? document->on_close()
+                                  : (document->on_run(), proceeds && finished.wait(kWaitMs));
         QCOMPARE(done, proceeds);
         QCOMPARE(bool(seen.buttons & QMessageBox::Discard), closing);
         QCOMPARE(seen.text, "The document has been modified.\nDo you want to save your changes?");
-        QCOMPARE(readFile(m_script), button == QMessageBox::Save ? "#DATA: x.dat;\n" : "DATA: x.dat;\n");
+        QCOMPARE(readFile(m_script),
+                 button == QMessageBox::Save ? "#DATA: x.dat;\n" : "DATA: x.dat;\n");
         if (!closing)
             QCOMPARE(document->outputPane()->text(), proceeds ? "\nran\n" : "before");
     }
@@ -191,16 +201,19 @@ private Q_SLOTS:
     void examplePromptAskedOnce_data()
     {
         QTest::addColumn<int>("button");
+        // clang-format off
         QTest::newRow("Yes: Save As to a new file") << int(QMessageBox::Yes);
         QTest::newRow("No: saved over the example") << int(QMessageBox::No);
         QTest::newRow("Cancel: nothing saved") << int(QMessageBox::Cancel);
+        // clang-format on
     }
     void examplePromptAskedOnce()
     {
         QFETCH(int, button);
         const QString copy = m_dir.filePath("copy.imp");
         QFile::remove(copy);
-        const QString chapter = QCoreApplication::applicationDirPath() + "/User Guide Examples/ws test";
+        const QString chapter
+            = QCoreApplication::applicationDirPath() + "/User Guide Examples/ws test";
         QVERIFY(QDir().mkpath(chapter));
         const QString example = chapter + "/example.imp";
         writeFile(example, "DATA: e.dat;\n");
@@ -210,8 +223,11 @@ private Q_SLOTS:
         QStringList seen;
         ModalAnswerer answerer(answer(QMessageBox::StandardButton(button), copy, &seen));
         QCOMPARE(document.on_save(false), button != QMessageBox::Cancel);
-        QCOMPARE(readFile(example), QByteArray(button == QMessageBox::No ? "#DATA: e.dat;\n" : "DATA: e.dat;\n"));
-        QCOMPARE(seen.value(0), "The script appears to be a User Guide Example.\n\nWould you like to save to a new file?");
+        QCOMPARE(readFile(example),
+                 QByteArray(button == QMessageBox::No ? "#DATA: e.dat;\n" : "DATA: e.dat;\n"));
+        QCOMPARE(seen.value(0),
+                 "The script appears to be a User Guide Example.\n\nWould you like to save to a "
+                 "new file?");
         QCOMPARE(readFile(copy), button == QMessageBox::Yes ? "#DATA: e.dat;\n" : "");
         document.on_save(false);
         QCOMPARE(seen.filter("User Guide").size(), 1);
@@ -227,7 +243,8 @@ private Q_SLOTS:
         QStringList seen;
         ModalAnswerer answerer(answer(QMessageBox::Ok, m_dir.filePath("log.txt"), &seen));
         QVERIFY(document->on_save(true));
-        QCOMPARE(seen, QStringList({"Enter file name to save", "Text files (*.txt)", "output4.txt"}));
+        QCOMPARE(seen,
+                 QStringList({"Enter file name to save", "Text files (*.txt)", "output4.txt"}));
         QCOMPARE(readFile(m_dir.filePath("log.txt")), "log text");
         document->editor()->setFocus();
         document->editor()->textCursor().insertText("#");
@@ -240,16 +257,19 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("asked");
         QTest::addColumn<bool>("mplus");
+        // clang-format off
         QTest::newRow("engine output opens its script") << "Model.tovrel-out" << false;
         QTest::newRow("output suffix in upper case") << "Model.TOVREL-OUT" << false;
         QTest::newRow("Mplus output opens its input in Mplus mode") << "Model.out" << true;
         QTest::newRow("a script opens as itself") << "Model.imp" << false;
+        // clang-format on
     }
     void openRedirects()
     {
         QFETCH(QString, asked);
         QFETCH(bool, mplus);
-        const QString opened = mplus ? "Model.inp" : "Model.imp", output = mplus ? "Model.out" : "Model.tovrel-out";
+        const QString opened = mplus ? "Model.inp" : "Model.imp",
+                      output = mplus ? "Model.out" : "Model.tovrel-out";
         for (const QString &name : {opened, output})
             writeFile(m_dir.filePath(name), name.toUtf8());
         Workspace document;
@@ -267,7 +287,9 @@ private Q_SLOTS:
         QStringList seen;
         ModalAnswerer answerer(answer(QMessageBox::Ok, "", &seen));
         document->on_actionOpen_triggered();
-        QCOMPARE(seen.mid(0, 2), QStringList({"Select Syntax File to Open", "Files (*.imp *.txt *.tovrel-out *.inp *.out)"}));
+        QCOMPARE(seen.mid(0, 2),
+                 QStringList({"Select Syntax File to Open",
+                              "Files (*.imp *.txt *.tovrel-out *.inp *.out)"}));
         QCOMPARE(document->filePath(), m_script);
     }
 
@@ -280,13 +302,17 @@ private Q_SLOTS:
         QVERIFY(document.on_open(m_dir.filePath("m.inp")));
         QVERIFY(runToEnd(&document));
         QCOMPARE(document.outputPane()->text(), "mplus result\n");
-        QCOMPARE(QString::fromUtf8(readFile(m_record)).split('\n').mid(1, 2), QStringList({m_dir.filePath("m.inp"), m_dir.filePath("m.out")}));
+        QCOMPARE(QString::fromUtf8(readFile(m_record)).split('\n').mid(1, 2),
+                 QStringList({m_dir.filePath("m.inp"), m_dir.filePath("m.out")}));
     }
 
     void noPlotsUntilThePaneIsShown()
     {
-        auto document = standInDocument("T=$(tail -n 1 \"$TESTENGINE_RECORD\"); printf '\"V\" \"P\" \"A\"\\n\"y\" \"Beta\" \"x\"\\n' > \"$T/labels.dat\"; "
-                                        "for c in 1 2; do for i in 1 2 3 4 5; do echo \"$i,0.$i$c\"; done > \"$T/burn$c.csv\"; done");
+        auto document
+            = standInDocument("T=$(tail -n 1 \"$TESTENGINE_RECORD\"); printf '\"V\" \"P\" "
+                              "\"A\"\\n\"y\" \"Beta\" \"x\"\\n' > \"$T/labels.dat\"; "
+                              "for c in 1 2; do for i in 1 2 3 4 5; do echo \"$i,0.$i$c\"; done > "
+                              "\"$T/burn$c.csv\"; done");
         document->on_autoPlot(false);
         QSignalSpy plotted(document.get(), &Workspace::graphs_done);
         QVERIFY(runToEnd(document.get()));
@@ -333,8 +359,10 @@ private Q_SLOTS:
     void closingDuringARunLeavesNoProcessNorFolder_data()
     {
         QTest::addColumn<bool>("destroy");
+        // clang-format off
         QTest::newRow("closed") << false;
         QTest::newRow("destroyed") << true;
+        // clang-format on
     }
     void closingDuringARunLeavesNoProcessNorFolder()
     {
@@ -343,14 +371,17 @@ private Q_SLOTS:
         writeFile(m_dir.filePath("outside/keep.txt"), "keep");
         QFile::remove(m_dir.filePath("pid"));
         QMdiArea area; // hosts the document as the main window does; outlives it
-        auto document = standInDocument(QString("T=$(tail -n 1 \"$TESTENGINE_RECORD\"); ln -s '%1' \"$T/link\"; echo $$ > '%2'; exec sleep 30")
-                                            .arg(m_dir.filePath("outside"), m_dir.filePath("pid")).toUtf8());
+        auto document = standInDocument(QString("T=$(tail -n 1 \"$TESTENGINE_RECORD\"); ln -s '%1' "
+                                                "\"$T/link\"; echo $$ > '%2'; exec sleep 30")
+                                            .arg(m_dir.filePath("outside"), m_dir.filePath("pid"))
+                                            .toUtf8());
         QMdiSubWindow *frame = area.addSubWindow(document.get());
         area.show();
         document->on_run();
         QTRY_VERIFY(!readFile(m_dir.filePath("pid")).isEmpty());
         const QString pid = QString::fromUtf8(readFile(m_dir.filePath("pid"))).trimmed();
-        const QString folder = traceFolder();
+        const QString folder
+            = QString::fromUtf8(readFile(m_record)).split('\n').value(5); // --traceplot
         QVERIFY(QFileInfo::exists(folder + "/link"));
         QVERIFY(destroy ? (document.reset(), true) : document->on_close() && !frame->isVisible());
         QVERIFY(!QFileInfo::exists("/proc/" + pid));
@@ -365,6 +396,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("value");
         QTest::addColumn<bool>("caseSensitive");
         QTest::addColumn<QString>("filled");
+        // clang-format off
         QTest::newRow("empty command filled") << "DATA: ;\nMODEL: ;" << "DATA" << "a.dat" << false << "DATA: a.dat;\nMODEL: ;";
         QTest::newRow("blanks around the colon") << "DATA \t:  ;" << "DATA" << "a.dat" << false << "DATA: a.dat;";
         QTest::newRow("spelled as the setting, any case matched") << "data: ;" << "DATA" << "a.dat" << false << "DATA: a.dat;";
@@ -376,6 +408,7 @@ private Q_SLOTS:
         QTest::newRow("the word is a pattern, unescaped") << "DATA: ; DAT: ;" << "DATA?" << "a" << false << "DATA?: a; DATA?: a;";
         QTest::newRow("an invalid pattern: unchanged") << "DATA: ;" << "DA(TA" << "a" << false << "DATA: ;";
         QTest::newRow("backslashes and percent signs kept") << "DATA: ;" << "DATA" << "C:\\d\\1 %1.dat" << false << "DATA: C:\\d\\1 %1.dat;";
+        // clang-format on
     }
     void commandFill()
     {
