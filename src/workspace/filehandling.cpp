@@ -59,6 +59,12 @@ QString FileHandling::filter() const
     return m_filterTemplate.arg(m_patterns);
 }
 
+void FileHandling::setOpenDialog(const QString &vCaption, const QString &vPatterns)
+{
+    m_openCaption = vCaption;
+    m_patterns = vPatterns;
+}
+
 bool FileHandling::open(const QString &vPath)
 {
     m_valid = !vPath.isEmpty() && QFileInfo::exists(vPath);

@@ -46,6 +46,8 @@ public:
     QString openCaption() const { return m_openCaption; }
     QString saveCaption() const { return m_saveCaption; }
     QString filter() const;
+    // The open dialog's caption and file patterns, for an owner that asks for other files.
+    void setOpenDialog(const QString &vCaption, const QString &vPatterns);
 
 Q_SIGNALS:
     void did_open();
