@@ -4,6 +4,7 @@
 #include "config/csettings.h"
 #include "config/executablepath.h"
 #include "config/vsettings.h"
+#include "editor/wsyntaxeditor.h"
 #include "examplecatalog.h"
 #include "studioinfo.h"
 #include "ui_mainwindow.h"
@@ -25,6 +26,7 @@
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTextBrowser>
+#include <QTextDocument>
 #include <QVBoxLayout>
 
 MainWindow::MainWindow(QWidget *parent)
@@ -54,6 +56,13 @@ MainWindow::MainWindow(QWidget *parent)
 
 MainWindow::~MainWindow()
 {
+    // The documents go with the window's widgets, after the form: they must not call back.
+    disconnect(ui->mdiArea, nullptr, this, nullptr);
+    for (QMdiSubWindow *sub : ui->mdiArea->subWindowList()) {
+        disconnect(sub, nullptr, this, nullptr);
+        if (sub->widget())
+            disconnect(sub->widget(), nullptr, this, nullptr);
+    }
     delete ui;
 }
 
@@ -109,6 +118,8 @@ QMdiSubWindow *MainWindow::addDocument(Workspace *vDocument)
     QMdiSubWindow *sub = ui->mdiArea->addSubWindow(vDocument);
     // The tab follows the document's title, and "Go to tab..." with it.
     connect(vDocument, &QWidget::windowTitleChanged, this, &MainWindow::rebuildTabMenu);
+    connect(vDocument->editor()->document(), &QTextDocument::modificationChanged, this,
+            &MainWindow::rebuildTabMenu);
     connect(sub, &QObject::destroyed, this, [this] {
         if (!activeDocument())
             updateButtons(nullptr);
@@ -168,6 +179,7 @@ void MainWindow::on_open(const QString &vImpFile)
         }
     }
 
+    qDebug() << " ~ on_open ~ " << path;
     auto *document = new Workspace;
     QMdiSubWindow *sub = addDocument(document);
     if (!document->on_open(path)) {
@@ -245,8 +257,6 @@ void MainWindow::updateButtons(Workspace *window)
             Qt::UniqueConnection);
     connect(window, &Workspace::output_receieved, this, &MainWindow::checkOutput,
             Qt::UniqueConnection);
-    connect(window, &QWidget::windowTitleChanged, this, &MainWindow::rebuildTabMenu,
-            Qt::UniqueConnection);
     syncDocumentActions();
 }
 
@@ -278,8 +288,10 @@ void MainWindow::rebuildTabMenu()
     menu->clear();
     QMdiSubWindow *active = ui->mdiArea->activeSubWindow();
     for (QMdiSubWindow *sub : ui->mdiArea->subWindowList()) {
+        const auto *document = qobject_cast<Workspace *>(sub->widget());
+        const bool modified = document ? document->isModified() : sub->isWindowModified();
         QString title = sub->windowTitle();
-        title.replace(QStringLiteral("[*]"), sub->isWindowModified() ? QStringLiteral("*") : QString());
+        title.replace(QStringLiteral("[*]"), modified ? QStringLiteral("*") : QString());
         QAction *entry = menu->addAction(title);
         entry->setCheckable(true);
         entry->setChecked(sub == active);
