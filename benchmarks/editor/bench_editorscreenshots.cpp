@@ -8,6 +8,7 @@
 
 #include "editor/wsyntaxeditor.h"
 #include "editor/wtextfinder.h"
+#include "darkpalette.h"
 #include "testmain.h"
 
 #include <QDir>
@@ -44,23 +45,6 @@ SAVE: stacked = "imps # all.dat";
 SIMPLE: ses | iq (-1.25, 0, 1.25);
 myweights: w1 -> w2 <- w3 and w4;
 )";
-
-QPalette darkPalette()
-{
-    QPalette palette;
-    const QColor window(0x2d, 0x2d, 0x30);
-    const QColor base(0x1e, 0x1e, 0x1e);
-    const QColor text(0xdc, 0xdc, 0xdc);
-    palette.setColor(QPalette::Window, window);
-    palette.setColor(QPalette::WindowText, text);
-    palette.setColor(QPalette::Base, base);
-    palette.setColor(QPalette::AlternateBase, window);
-    palette.setColor(QPalette::Text, text);
-    palette.setColor(QPalette::Button, window);
-    palette.setColor(QPalette::ButtonText, text);
-    palette.setColor(QPalette::PlaceholderText, QColor(0x80, 0x80, 0x80));
-    return palette;
-}
 
 bool shoot(const QString &vFile, const QPalette &vPalette)
 {

@@ -23,6 +23,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLoggingCategory>
+#include <QMdiSubWindow>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSaveFile>
@@ -133,8 +134,8 @@ Workspace::Workspace(QWidget *parent)
     connect(ui->actionDuplicate, &QAction::triggered, this, &Workspace::on_duplicate);
     connect(ui->actionZoomIn, &QAction::triggered, this, &Workspace::on_zoomIn);
     connect(ui->actionZoomOut, &QAction::triggered, this, &Workspace::on_zoomOut);
-    for (QAction *state : {ui->actionRun, ui->actionStop, ui->actionOutput, ui->actionPlot,
-                           ui->actionAuto_plot})
+    for (QAction *state :
+         {ui->actionRun, ui->actionStop, ui->actionOutput, ui->actionPlot, ui->actionAuto_plot})
         connect(state, &QAction::changed, this, &Workspace::actionsChanged);
 
     connect(m_graphPanel, &WGraphPanel::do_plotSettings, this,
@@ -176,8 +177,8 @@ QString Workspace::outputPath() const
     const QString extension = ui->te_SyntaxEditor->syntaxMode() == SyntaxMode::Mplus
         ? QStringLiteral("out")
         : CSettings::instance().outputExtension();
-    return script.absolutePath() + QLatin1Char('/') + script.completeBaseName()
-        + QLatin1Char('.') + extension;
+    return script.absolutePath() + QLatin1Char('/') + script.completeBaseName() + QLatin1Char('.')
+        + extension;
 }
 
 bool Workspace::isModified() const
@@ -268,11 +269,13 @@ bool Workspace::on_open(const QString &vImpFile)
     bool readable = false;
     const QString text = readText(path, &readable);
     if (!readable || !m_file->open(path) || !m_file->read()) {
-        QMessageBox::warning(this, tr("Error!"),
-                             tr("Cannot open the file \"%1\".").arg(QDir::toNativeSeparators(path)));
+        QMessageBox::warning(
+            this, tr("Error!"),
+            tr("Cannot open the file \"%1\".").arg(QDir::toNativeSeparators(path)));
         return false;
     }
-    const bool mplus = QFileInfo(path).suffix().compare(QStringLiteral("inp"), Qt::CaseInsensitive) == 0;
+    const bool mplus
+        = QFileInfo(path).suffix().compare(QStringLiteral("inp"), Qt::CaseInsensitive) == 0;
     loadScript(text, mplus);
     m_examplePromptPending = true;
     bool hasOutput = false;
@@ -293,7 +296,8 @@ void Workspace::loadScript(const QString &vText, bool vMplus)
 
 bool Workspace::maybeSave(bool vAllowDiscard)
 {
-    if (!isModified())
+    // The engine runs a file: a script never saved is asked for before a run, not before closing.
+    if (!isModified() && (vAllowDiscard || m_file->hasFileName()))
         return true;
     QMessageBox::StandardButtons buttons = QMessageBox::Save | QMessageBox::Cancel;
     if (vAllowDiscard)
@@ -322,7 +326,8 @@ bool Workspace::on_save(bool vSaveAs)
             return false;
         saveAs = answer == QMessageBox::Yes;
     }
-    if (saveAs && ui->te_Out->hasFocus())
+    // The document's focus, not the application's: the main window's menu takes the latter.
+    if (saveAs && focusWidget() == ui->te_Out)
         return saveOutputAs();
     const QString text = ui->te_SyntaxEditor->toPlainText();
     bool saved = false;
@@ -357,7 +362,12 @@ bool Workspace::on_close()
         return false;
     m_closeConfirmed = true;
     shutDown();
-    close();
+    // Inside the main window the sub-window goes with the document; it asks this one through
+    // closeEvent, which now agrees without a second question.
+    if (auto *frame = qobject_cast<QMdiSubWindow *>(parentWidget()))
+        frame->close();
+    else
+        close();
     return true;
 }
 
@@ -393,6 +403,8 @@ void Workspace::shutDown()
 
 void Workspace::updateTitle()
 {
+    const QString output = QFileInfo(outputPath()).fileName();
+    ui->lblOutTitle->setText(output.isEmpty() ? tr("Output") : tr("Output: %1").arg(output));
     setWindowTitle(displayName() + QStringLiteral("[*]"));
     setWindowModified(isModified());
 }
@@ -413,19 +425,58 @@ void Workspace::documentWasModified()
 
 // --- Editing -----------------------------------------------------------------------------
 
-void Workspace::on_selectAll() { ui->te_SyntaxEditor->selectAll(); }
-void Workspace::on_cut() { ui->te_SyntaxEditor->cut(); }
-void Workspace::on_copy() { ui->te_SyntaxEditor->copy(); }
-void Workspace::on_paste() { ui->te_SyntaxEditor->paste(); }
-void Workspace::on_undo() { ui->te_SyntaxEditor->undo(); }
-void Workspace::on_redo() { ui->te_SyntaxEditor->redo(); }
-void Workspace::on_selectLine() { ui->te_SyntaxEditor->selectLine(); }
-void Workspace::on_indent() { ui->te_SyntaxEditor->addIndent(); }
-void Workspace::on_unindent() { ui->te_SyntaxEditor->unIndent(); }
-void Workspace::on_comment() { ui->te_SyntaxEditor->comment(); }
-void Workspace::on_duplicate() { ui->te_SyntaxEditor->duplicateSelection(); }
-void Workspace::on_zoomIn() { ui->te_SyntaxEditor->zoomIn(); }
-void Workspace::on_zoomOut() { ui->te_SyntaxEditor->zoomOut(); }
+void Workspace::on_selectAll()
+{
+    ui->te_SyntaxEditor->selectAll();
+}
+void Workspace::on_cut()
+{
+    ui->te_SyntaxEditor->cut();
+}
+void Workspace::on_copy()
+{
+    ui->te_SyntaxEditor->copy();
+}
+void Workspace::on_paste()
+{
+    ui->te_SyntaxEditor->paste();
+}
+void Workspace::on_undo()
+{
+    ui->te_SyntaxEditor->undo();
+}
+void Workspace::on_redo()
+{
+    ui->te_SyntaxEditor->redo();
+}
+void Workspace::on_selectLine()
+{
+    ui->te_SyntaxEditor->selectLine();
+}
+void Workspace::on_indent()
+{
+    ui->te_SyntaxEditor->addIndent();
+}
+void Workspace::on_unindent()
+{
+    ui->te_SyntaxEditor->unIndent();
+}
+void Workspace::on_comment()
+{
+    ui->te_SyntaxEditor->comment();
+}
+void Workspace::on_duplicate()
+{
+    ui->te_SyntaxEditor->duplicateSelection();
+}
+void Workspace::on_zoomIn()
+{
+    ui->te_SyntaxEditor->zoomIn();
+}
+void Workspace::on_zoomOut()
+{
+    ui->te_SyntaxEditor->zoomOut();
+}
 
 void Workspace::on_clear()
 {
@@ -449,22 +500,53 @@ void Workspace::on_actionFind_Replace_triggered(bool vChecked)
         ui->te_SyntaxEditor->setFocus();
 }
 
-void Workspace::on_actionNew_triggered() { on_new(); }
-void Workspace::on_actionSave_triggered() { on_save(false); }
-void Workspace::on_actionSaveAs_triggered() { on_save(true); }
-void Workspace::on_actionClose_triggered() { on_close(); }
-void Workspace::on_actionSelect_All_triggered() { on_selectAll(); }
-void Workspace::on_actionCut_triggered() { on_cut(); }
-void Workspace::on_actionCopy_triggered() { on_copy(); }
-void Workspace::on_actionPaste_triggered() { on_paste(); }
-void Workspace::on_actionUndo_triggered() { on_undo(); }
-void Workspace::on_actionRedo_triggered() { on_redo(); }
-void Workspace::on_actionClear_triggered() { on_clear(); }
+void Workspace::on_actionNew_triggered()
+{
+    on_new();
+}
+void Workspace::on_actionSave_triggered()
+{
+    on_save(false);
+}
+void Workspace::on_actionSaveAs_triggered()
+{
+    on_save(true);
+}
+void Workspace::on_actionClose_triggered()
+{
+    on_close();
+}
+void Workspace::on_actionSelect_All_triggered()
+{
+    on_selectAll();
+}
+void Workspace::on_actionCut_triggered()
+{
+    on_cut();
+}
+void Workspace::on_actionCopy_triggered()
+{
+    on_copy();
+}
+void Workspace::on_actionPaste_triggered()
+{
+    on_paste();
+}
+void Workspace::on_actionUndo_triggered()
+{
+    on_undo();
+}
+void Workspace::on_actionRedo_triggered()
+{
+    on_redo();
+}
+void Workspace::on_actionClear_triggered()
+{
+    on_clear();
+}
 
 void Workspace::on_actionOpen_triggered()
 {
-    if (!maybeSave(true))
-        return;
     // A chooser of its own: a cancelled dialog must not cost this document its file name.
     FileHandling chooser;
     chooser.clear();
@@ -472,7 +554,7 @@ void Workspace::on_actionOpen_triggered()
                           QStringLiteral("*.imp *.txt *.tovrel-out *.inp *.out"));
     bool chosen = false;
     const QString path = chooser.openWithDialog(chosen);
-    if (chosen)
+    if (chosen && maybeSave(true))
         on_open(path);
 }
 
@@ -533,6 +615,7 @@ void Workspace::on_run()
     ui->te_Out->setText(QStringLiteral("\n"));
     setOutLogFont();
     m_scriptPath = m_file->fileName();
+    m_outputBefore = QFileInfo(outputPath()).lastModified();
     m_stoppedByUser = false;
     m_fullOutput.clear();
     if (ui->te_SyntaxEditor->syntaxMode() == SyntaxMode::Mplus) {
@@ -621,14 +704,19 @@ void Workspace::processFinished(int exitCode)
 
     const bool failed = exitCode != 0 || m_runner->process()->exitStatus() == QProcess::CrashExit;
     m_fullOutput = ui->te_Out->text();
-    bool hadFile = false;
-    const QString fileText = readText(outputPath(), &hadFile);
-    if (hadFile)
-        ui->te_Out->setText(fileText);
-    if (failed)
-        ui->te_Out->setText(ui->te_Out->text() + m_fullOutput);
+    // Only a file this run wrote is its output: one left by an earlier run would show old
+    // results as new.
+    bool hadFile = QFileInfo(outputPath()).lastModified() != m_outputBefore;
+    const QString fileText = hadFile ? readText(outputPath(), &hadFile) : QString();
+    // After a failure the stream follows the engine's own file; without a file the pane
+    // already holds the stream, once.
+    QString shown = m_fullOutput;
+    if (hadFile) {
+        shown = failed ? fileText + m_fullOutput : fileText;
+        ui->te_Out->setText(shown);
+    }
     if (failed || !hadFile)
-        saveOutput();
+        saveOutput(shown);
 
     if (failed || m_lastRunMplus) {
         m_plotsAvailable = false;
@@ -636,8 +724,8 @@ void Workspace::processFinished(int exitCode)
         ui->actionPlot->setChecked(false);
         Q_EMIT disable_plot();
     } else if (m_tempDir && m_tempDir->isValid()) {
-        m_plotsAvailable = QFileInfo::exists(m_tempDir->filePath(kChainFileBase
-                                                                 + QStringLiteral("1.csv")));
+        m_plotsAvailable
+            = QFileInfo::exists(m_tempDir->filePath(kChainFileBase + QStringLiteral("1.csv")));
         setPlotControlsEnabled(m_plotsAvailable);
         if (m_autoPlot || ui->actionPlot->isChecked())
             makePlots();
@@ -645,7 +733,7 @@ void Workspace::processFinished(int exitCode)
     Q_EMIT process_finished();
 }
 
-void Workspace::saveOutput()
+void Workspace::saveOutput(const QString &vText)
 {
     const QString path = outputPath();
     if (path.isEmpty())
@@ -653,7 +741,7 @@ void Workspace::saveOutput()
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
         return;
-    file.write(ui->te_Out->text().toUtf8());
+    file.write(vText.toUtf8());
     if (file.commit())
         qDebug(" ~ Saved output ~ ");
 }
@@ -728,9 +816,8 @@ void Workspace::makePlots()
     connect(m_graphing, &GraphingEngine::did_sendErr, this, [this](const QString &vMessage) {
         if (!isPlotting())
             endPlotting();
-        QTimer::singleShot(0, this, [this, vMessage] {
-            QMessageBox::warning(this, tr("Warning"), vMessage);
-        });
+        QTimer::singleShot(
+            0, this, [this, vMessage] { QMessageBox::warning(this, tr("Warning"), vMessage); });
     });
     m_graphPanel->setBusy(true);
     delete m_plotSpinner;
@@ -747,6 +834,9 @@ void Workspace::makePlots()
 
 void Workspace::endPlotting()
 {
+    // Stopped before it goes: only stopping gives the graph area back its input.
+    if (m_plotSpinner)
+        m_plotSpinner->stop();
     delete m_plotSpinner;
     m_graphPanel->setBusy(false);
 }
@@ -759,26 +849,49 @@ void Workspace::graphs_finished()
     m_plotsMade = true;
     m_graphPanel->showPlots(m_tempDir->path());
     m_graphPanel->setImageSize(m_plotSettings->width(), m_plotSettings->height());
-    if (!ui->actionPlot->isChecked())
+    if (!ui->actionPlot->isChecked()) {
         ui->actionPlot->setChecked(true);
+        // A plot wants as much room as the output beside (or under) it.
+        const Qt::Orientation along = m_verticalLayout ? Qt::Horizontal : Qt::Vertical;
+        const int room = m_verticalLayout ? ui->dockOut->width() : ui->dockOut->height();
+        resizeDocks({ui->dockOut, ui->dockGraph}, {room / 2, room / 2}, along);
+    }
     Q_EMIT graphs_done(this);
 }
 
 void Workspace::setPlotControlsEnabled(bool vEnabled)
 {
-    for (QAction *action : {ui->actionNext, ui->actionPrevious, ui->actionGo_to,
-                            ui->actionSave_Cur_Plot, ui->actionSave_All_Plots,
-                            ui->actionPlot_Popout, ui->actionPlotSettings})
+    for (QAction *action :
+         {ui->actionNext, ui->actionPrevious, ui->actionGo_to, ui->actionSave_Cur_Plot,
+          ui->actionSave_All_Plots, ui->actionPlot_Popout, ui->actionPlotSettings})
         action->setEnabled(vEnabled);
     m_graphPanel->setEnabled(vEnabled);
 }
 
-void Workspace::on_tb_save_plot_clicked() { m_graphPanel->on_tb_save_plot_clicked(); }
-void Workspace::on_tb_saveAll_plot_clicked() { m_graphPanel->on_tb_saveAll_plot_clicked(); }
-void Workspace::on_tb_left_clicked() { m_graphPanel->on_tb_left_clicked(); }
-void Workspace::on_tb_right_clicked() { m_graphPanel->on_tb_right_clicked(); }
-void Workspace::on_tb_popout_clicked() { m_graphPanel->on_tb_popout_clicked(); }
-void Workspace::on_actionGo_to_triggered() { m_graphPanel->on_actionGo_to_triggered(); }
+void Workspace::on_tb_save_plot_clicked()
+{
+    m_graphPanel->on_tb_save_plot_clicked();
+}
+void Workspace::on_tb_saveAll_plot_clicked()
+{
+    m_graphPanel->on_tb_saveAll_plot_clicked();
+}
+void Workspace::on_tb_left_clicked()
+{
+    m_graphPanel->on_tb_left_clicked();
+}
+void Workspace::on_tb_right_clicked()
+{
+    m_graphPanel->on_tb_right_clicked();
+}
+void Workspace::on_tb_popout_clicked()
+{
+    m_graphPanel->on_tb_popout_clicked();
+}
+void Workspace::on_actionGo_to_triggered()
+{
+    m_graphPanel->on_actionGo_to_triggered();
+}
 
 void Workspace::on_tb_settings_plot_clicked()
 {

@@ -1,6 +1,7 @@
 #ifndef WORKSPACE_H
 #define WORKSPACE_H
 
+#include <QDateTime>
 #include <QMainWindow>
 #include <QPointer>
 #include <QProcess>
@@ -138,7 +139,7 @@ protected:
 private:
     bool maybeSave(bool vAllowDiscard);
     bool saveOutputAs();
-    void saveOutput();
+    void saveOutput(const QString &vText);
     void evaluatePlotRequests();
     void makePlots();
     void endPlotting();
@@ -158,6 +159,8 @@ private:
     FileHandling *m_file = nullptr;
     ProcessHandling *m_runner = nullptr;
     QString m_scriptPath;
+    // The output file's time before the run (invalid when there was none).
+    QDateTime m_outputBefore;
     bool m_modifiedByUser = false;
     bool m_examplePromptPending = true;
     bool m_stoppedByUser = false;

@@ -1,0 +1,74 @@
+// Not a timing run: one document after a real run of the demo engine on a User Guide example
+// (script, coloured output, the first trace plot), in the light and the dark colour scheme, saved
+// as the pictures used in the documentation. Built with the benchmarks, never run by the tests.
+//
+//   xvfb-run -a -s "-screen 0 1280x800x24" build/benchmarks/bench_documentscreenshots docs
+//
+// writes docs/document-light.png and docs/document-dark.png.
+
+#include "darkpalette.h"
+#include "testmain.h"
+
+#include "config/csettings.h"
+#include "workspace/workspace.h"
+
+#include <QSignalSpy>
+#include <QStyle>
+#include <QStyleFactory>
+
+#include <cstdio>
+
+namespace {
+
+bool shoot(const QString &vFile, const QPalette &vPalette, bool vDark, const QString &vScript)
+{
+    QApplication::setPalette(vPalette);
+    CSettings::instance().setDarkModeSet(vDark);
+    CSettings::instance().setVerticalLayout(true);
+    // The picture is taken from the widgets, which an OpenGL viewport does not draw into.
+    QVariantMap plots = CSettings::instance().plotSettings();
+    plots.insert(QStringLiteral("openGl"), false);
+    CSettings::instance().setPlotSettings(plots);
+    CSettings::instance().apply();
+    Workspace document;
+    document.resize(1200, 760);
+    if (!document.on_open(vScript))
+        return false;
+    document.showNormal();
+    document.resize(1200, 760);
+    QSignalSpy plotted(&document, &Workspace::graphs_done);
+    document.on_run();
+    if (!plotted.wait(60000))
+        return false;
+    QTest::qWait(300);
+    const bool saved = document.grab().save(vFile);
+    std::printf("%-40s %s\n", qPrintable(vFile), saved ? "written" : "NOT written");
+    return saved;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    // Under a virtual X server draw through it, as the studio does on a desktop.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "xcb");
+    TestEnvironment environment;
+    QApplication app(argc, argv);
+    QApplication::setStyle(QStyleFactory::create("Fusion"));
+    const QDir folder(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("."));
+    const QString bin = QCoreApplication::applicationDirPath() + QStringLiteral("/../bin");
+    const QString chapter
+        = bin + QStringLiteral("/User Guide Examples/1.1-Potential Scale Reduction");
+    QTemporaryDir work;
+    for (const char *name : {"slow_convergence.imp", "slow.dat"})
+        QFile::copy(chapter + QLatin1Char('/') + QLatin1String(name),
+                    work.filePath(QLatin1String(name)));
+    CSettings::instance().setCommandLineToolName(bin + QStringLiteral("/tovrel"));
+    const QString script = work.filePath(QStringLiteral("slow_convergence.imp"));
+    const QPalette light = QApplication::style()->standardPalette();
+    const bool ok
+        = shoot(folder.filePath(QStringLiteral("document-light.png")), light, false, script)
+        && shoot(folder.filePath(QStringLiteral("document-dark.png")), darkPalette(), true, script);
+    return ok ? 0 : 1;
+}

@@ -1,0 +1,308 @@
+// A document window bound to real child processes, measured end to end:
+//
+//   stream  20 MB of engine output written at full speed by a stand-in engine (cat of a prepared
+//           file): Run to process_finished, the longest event-loop stall, peak memory, and how long
+//           Stop takes to end a second run in the middle of the flood. The floor is the same
+//           producer with its output sent to /dev/null.
+//   plots   a run leaving 100 parameters x 4 chains x 5,000 iterations of trace files: from the
+//           engine's exit to the first plot on screen, against a bare loop of gnuplot runs over
+//           the same data.
+//   ten     ten documents running the demo engine on a User Guide example at once, plots
+//           included: the longest event-loop stall until every document has its plots.
+//
+//   bench_workspace [--mode stream|plots|ten] [--megabytes N]
+// Without --mode every mode runs in a process of its own, so each peak memory is its own.
+
+#include "testmain.h"
+#include "traceplots.h"
+
+#include "config/csettings.h"
+#include "plots/wgraphpanel.h"
+#include "workspace/outputhighlighter.h"
+#include "workspace/workspace.h"
+#include "workspace/woutputpane.h"
+
+#include <QElapsedTimer>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QSignalSpy>
+#include <QTextDocument>
+#include <QTimer>
+
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+namespace {
+
+// Names the slowest event handled, so a stall can be told apart from the others.
+class TimingApplication : public QApplication
+{
+public:
+    using QApplication::QApplication;
+    bool notify(QObject *vReceiver, QEvent *vEvent) override
+    {
+        // Read now: the receiver may be gone once the event has been handled.
+        const char *receiver = vReceiver->metaObject()->className();
+        const int type = int(vEvent->type());
+        QElapsedTimer clock;
+        clock.start();
+        ++s_depth;
+        const bool handled = QApplication::notify(vReceiver, vEvent);
+        const double ms = clock.nsecsElapsed() / 1e6;
+        if (--s_depth == 0 && ms > s_slowestMs) {
+            s_slowestMs = ms;
+            s_slowest = QStringLiteral("%1 to %2").arg(type).arg(QLatin1String(receiver));
+        }
+        return handled;
+    }
+    static inline double s_slowestMs = 0;
+    static inline QString s_slowest;
+    static inline int s_depth = 0;
+};
+
+// Ticks every millisecond and keeps the longest gap between two ticks.
+class StallMeter : public QObject
+{
+public:
+    StallMeter()
+    {
+        m_timer.setInterval(1);
+        connect(&m_timer, &QTimer::timeout, this, [this] {
+            m_longest = qMax(m_longest, m_clock.nsecsElapsed() / 1e6);
+            m_clock.restart();
+        });
+        m_clock.start();
+        m_timer.start();
+    }
+    double longestMs() const { return m_longest; }
+
+private:
+    QTimer m_timer;
+    QElapsedTimer m_clock;
+    double m_longest = 0;
+};
+
+qint64 peakMemoryMiB()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly | QIODevice::Text))
+        return -1;
+    for (QByteArray line = status.readLine(); !line.isEmpty(); line = status.readLine())
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).trimmed().split(' ').value(0).toLongLong() / 1024;
+    return -1;
+}
+
+QString writeScript(const QDir &vDir, const QString &vName, const QByteArray &vBody)
+{
+    const QString path = vDir.filePath(vName);
+    QFile file(path);
+    file.open(QIODevice::WriteOnly);
+    file.write("#!/bin/sh\n" + vBody + '\n');
+    file.setPermissions(file.permissions() | QFileDevice::ExeOwner);
+    return path;
+}
+
+// Engine-like output: a banner, then iteration rows of numbers with a note now and then.
+void writeOutput(const QString &vPath, qint64 vBytes)
+{
+    QFile file(vPath);
+    file.open(QIODevice::WriteOnly);
+    file.write(
+        "TOVREL COMPUTATIONAL ENGINE\n\nBURN-IN POTENTIAL SCALE REDUCTION (PSR) OUTPUT:\n\n");
+    for (int iteration = 1; file.size() < vBytes; ++iteration) {
+        QByteArray row = QByteArray::number(iteration).rightJustified(8);
+        for (int column = 0; column < 9; ++column)
+            row += "  " + QByteArray::number(1.0 + (iteration * 7 + column) % 200 / 1000.0, 'f', 3);
+        file.write(row + '\n');
+        if (iteration % 500 == 0)
+            file.write("\n  WARNING: PSR above 1.1 for parameter 7.\n\n");
+    }
+}
+
+std::unique_ptr<Workspace> document(const QString &vScript)
+{
+    auto workspace = std::make_unique<Workspace>();
+    workspace->resize(1200, 800);
+    workspace->on_open(vScript);
+    return workspace;
+}
+
+int stream(const QDir &vDir, int vMegabytes)
+{
+    const QString data = vDir.filePath(QStringLiteral("flood.txt"));
+    writeOutput(data, qint64(vMegabytes) << 20);
+    const QString engine
+        = writeScript(vDir, QStringLiteral("flood.sh"), "exec cat '" + data.toUtf8() + "'");
+    QElapsedTimer clock;
+    QProcess floor;
+    floor.setStandardOutputFile(QProcess::nullDevice());
+    clock.start();
+    floor.start(engine, {});
+    floor.waitForFinished(-1);
+    const double floorMs = clock.nsecsElapsed() / 1e6;
+
+    const QString script = vDir.filePath(QStringLiteral("flood.imp"));
+    QFile(script).open(QIODevice::WriteOnly);
+    CSettings::instance().setCommandLineToolName(engine);
+    auto workspace = document(script);
+    QSignalSpy finished(workspace.get(), &Workspace::process_finished);
+    double runMs = 0;
+    double stall = 0;
+    {
+        StallMeter meter;
+        clock.restart();
+        workspace->on_run();
+        finished.wait(600000);
+        runMs = clock.nsecsElapsed() / 1e6;
+        stall = meter.longestMs();
+    }
+    const qsizetype shown = workspace->iterationHistory().size();
+
+    // Stop once a quarter of the flood has arrived.
+    QSignalSpy stopped(workspace.get(), &Workspace::process_finished);
+    const qint64 quarter = (qint64(vMegabytes) << 20) / 4;
+    QObject::connect(workspace.get(), &Workspace::output_receieved, workspace.get(), [&] {
+        if (!clock.isValid() && workspace->outputPane()->document()->characterCount() >= quarter) {
+            clock.start();
+            workspace->on_stop();
+        }
+    });
+    clock.invalidate();
+    workspace->on_run();
+    stopped.wait(600000);
+    const double stopMs = clock.isValid() ? clock.nsecsElapsed() / 1e6 : -1;
+    std::printf("stream %d MB: producer to /dev/null %.0f ms | Run to process_finished %.0f ms "
+                "(%lld chars shown) | longest stall %.1f ms | Stop to process_finished %.1f ms | "
+                "peak %lld MiB\n",
+                vMegabytes, floorMs, runMs, static_cast<long long>(shown), stall, stopMs,
+                static_cast<long long>(peakMemoryMiB()));
+    return 0;
+}
+
+int plots(const QDir &vDir)
+{
+    constexpr int kParameters = 100, kChains = 4, kIterations = 5000;
+    const QDir traces(vDir.filePath(QStringLiteral("traces")));
+    vDir.mkpath(QStringLiteral("traces"));
+    TracePlots::writeTraces(traces.path(), kParameters, kChains, kIterations);
+    QFile labels(traces.filePath(QStringLiteral("labels.dat")));
+    labels.open(QIODevice::WriteOnly);
+    labels.write("\"Variable\" \"Parameter\" \"Argument\"\n");
+    for (int p = 1; p <= kParameters; ++p)
+        labels.write("\"y\" \"Beta\" \"x" + QByteArray::number(p) + "\"\n");
+    labels.close();
+
+    QElapsedTimer clock;
+    clock.start();
+    for (int p = 1; p <= kParameters; ++p)
+        TracePlots::plot(traces.path(), p, kChains, QSize(900, 400));
+    const double bareMs = clock.nsecsElapsed() / 1e6;
+
+    // The stand-in engine leaves the prepared traces in the folder it is given.
+    const QString engine
+        = writeScript(vDir, QStringLiteral("traces.sh"),
+                      "while [ $# -gt 1 ]; do [ \"$1\" = --traceplot ] && T=$2; shift; done; cp '"
+                          + traces.path().toUtf8() + "'/burn*.csv '" + traces.path().toUtf8()
+                          + "'/labels.dat \"$T\"");
+    const QString script = vDir.filePath(QStringLiteral("traces.imp"));
+    {
+        QFile file(script);
+        file.open(QIODevice::WriteOnly);
+        file.write("CHAINS: 4;\nPLOTS: traceplot;\n");
+    }
+    CSettings::instance().setCommandLineToolName(engine);
+    auto workspace = document(script);
+    workspace->show();
+    QSignalSpy plotted(workspace.get(), &Workspace::graphs_done);
+    QObject::connect(workspace.get(), &Workspace::process_finished, workspace.get(),
+                     [&] { clock.restart(); });
+    double stall = 0;
+    {
+        StallMeter meter;
+        workspace->on_run();
+        plotted.wait(600000);
+        stall = meter.longestMs();
+    }
+    const double studioMs = clock.nsecsElapsed() / 1e6;
+    std::printf("plots %dx%dx%d: bare gnuplot loop %.0f ms | engine exit to first plot %.0f ms "
+                "(%s) | longest stall %.1f ms\n",
+                kParameters, kChains, kIterations, bareMs, studioMs,
+                qPrintable(workspace->graphPanel()->pageText()), stall);
+    return 0;
+}
+
+int ten(const QDir &vDir)
+{
+    constexpr int kDocuments = 10;
+    const QString bin = QCoreApplication::applicationDirPath() + QStringLiteral("/../bin");
+    const QString chapter
+        = bin + QStringLiteral("/User Guide Examples/1.1-Potential Scale Reduction");
+    CSettings::instance().setCommandLineToolName(bin + QStringLiteral("/tovrel"));
+    QMdiArea area;
+    area.resize(1280, 800);
+    area.show();
+    std::vector<std::unique_ptr<Workspace>> documents;
+    int plotted = 0;
+    for (int i = 0; i < kDocuments; ++i) {
+        const QDir folder(vDir.filePath(QString::number(i)));
+        vDir.mkpath(QString::number(i));
+        QFile::copy(chapter + QStringLiteral("/slow.dat"),
+                    folder.filePath(QStringLiteral("slow.dat")));
+        QFile example(chapter + QStringLiteral("/slow_convergence.imp"));
+        example.open(QIODevice::ReadOnly);
+        QFile copy(folder.filePath(QStringLiteral("model.imp")));
+        copy.open(QIODevice::WriteOnly);
+        // Longer than the example, so that the runs overlap for a while.
+        copy.write(example.readAll().replace("ITERATIONS: 1000;", "ITERATIONS: 5000;"));
+        copy.close();
+        // Hosted as the main window hosts them: sub-windows of one multi-document area.
+        documents.push_back(std::make_unique<Workspace>());
+        area.addSubWindow(documents.back().get());
+        documents.back()->on_open(copy.fileName());
+        QObject::connect(documents.back().get(), &Workspace::graphs_done, [&] { ++plotted; });
+    }
+    QElapsedTimer clock;
+    StallMeter meter;
+    clock.start();
+    // One start per pass of the event loop, as clicks would come.
+    for (auto &workspace : documents)
+        QTimer::singleShot(0, workspace.get(), &Workspace::on_run);
+    while (plotted < kDocuments && clock.elapsed() < 600000)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 100);
+    std::printf("ten documents: all run and plotted in %.0f ms | longest stall %.1f ms (slowest "
+                "event: type %s, %.0f ms) | peak %lld MiB\n",
+                clock.nsecsElapsed() / 1e6, meter.longestMs(),
+                qPrintable(TimingApplication::s_slowest), TimingApplication::s_slowestMs,
+                static_cast<long long>(peakMemoryMiB()));
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    TestEnvironment environment;
+    TimingApplication app(argc, argv);
+    const QStringList arguments = app.arguments();
+    const int modeAt = arguments.indexOf(QStringLiteral("--mode"));
+    const int megabytesAt = arguments.indexOf(QStringLiteral("--megabytes"));
+    const int megabytes = megabytesAt > 0 ? arguments.value(megabytesAt + 1).toInt() : 20;
+    if (modeAt < 0) {
+        int failed = 0;
+        for (const char *mode : {"stream", "plots", "ten"}) {
+            QStringList child = arguments.mid(1);
+            child << QStringLiteral("--mode") << QLatin1String(mode);
+            failed += QProcess::execute(app.applicationFilePath(), child) != 0;
+        }
+        return failed;
+    }
+    QTemporaryDir dir;
+    const QString mode = arguments.value(modeAt + 1);
+    if (mode == QLatin1String("stream"))
+        return stream(QDir(dir.path()), megabytes);
+    if (mode == QLatin1String("plots"))
+        return plots(QDir(dir.path()));
+    return ten(QDir(dir.path()));
+}

@@ -1,0 +1,424 @@
+#include "testmain.h"
+
+#include "config/csettings.h"
+#include "editor/wsyntaxeditor.h"
+#include "modalanswerer.h"
+#include "plots/waitingspinnerwidget.h"
+#include "plots/wgraphpanel.h"
+#include "testfiles.h"
+#include "workspace/commandfill.h"
+#include "workspace/outputhighlighter.h"
+#include "workspace/workspace.h"
+#include "workspace/woutputpane.h"
+
+#include <QDockWidget>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QToolButton>
+
+#include <QTextBlock>
+#include <QTextLayout>
+
+namespace {
+constexpr int kWaitMs = 60000;
+const QString kStandIn = QStringLiteral(TOVREL_TEST_ENGINE);
+
+QString binDir()
+{
+    return qEnvironmentVariable("TOVREL_TEST_BIN_DIR");
+}
+
+// Answers message boxes with vButton and file dialogs with vFile (Cancel when empty); vSeen gets
+// each box's text and each dialog's title, filter and proposed name.
+std::function<void(QWidget *)> answer(QMessageBox::StandardButton vButton, const QString &vFile,
+                                      QStringList *vSeen)
+{
+    return [=](QWidget *vModal) {
+        if (auto *box = qobject_cast<QMessageBox *>(vModal)) {
+            *vSeen << box->text();
+            box->button(box->button(vButton) ? vButton : QMessageBox::Ok)->click();
+        } else if (auto *dialog = qobject_cast<QFileDialog *>(vModal)) {
+            *vSeen << dialog->windowTitle() << dialog->nameFilters().join(";;")
+                   << QFileInfo(dialog->selectedFiles().value(0)).fileName();
+            if (vFile.isEmpty())
+                return dialog->reject();
+            dialog->findChild<QLineEdit *>("fileNameEdit")->setText(vFile);
+            QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
+        }
+    };
+}
+
+} // namespace
+
+class TestWorkspace : public QObject
+{
+    Q_OBJECT
+    QTemporaryDir m_dir;
+    QString m_script;
+    QString m_plan;
+    QString m_record;
+
+    // A document on m_script, the stand-in engine running vPlan (shell commands).
+    std::unique_ptr<Workspace> standInDocument(const QByteArray &vPlan)
+    {
+        writeFile(m_plan, vPlan);
+        CSettings::instance().setCommandLineToolName(kStandIn);
+        auto document = std::make_unique<Workspace>();
+        document->on_open(m_script);
+        return document;
+    }
+    static bool runToEnd(Workspace *vDocument)
+    {
+        QSignalSpy finished(vDocument, &Workspace::process_finished);
+        return (vDocument->on_run(), !finished.isEmpty() || finished.wait(kWaitMs));
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_script = m_dir.filePath("model one.imp");
+        m_plan = m_dir.filePath("plan.sh");
+        m_record = m_dir.filePath("record.txt");
+        qputenv("TESTENGINE_PLAN", QFile::encodeName(m_plan));
+        qputenv("TESTENGINE_RECORD", QFile::encodeName(m_record));
+    }
+    void init()
+    {
+        QSettings().clear();
+        writeFile(m_script, "DATA: x.dat;\n");
+        // Left by an earlier run: never shown as this run's output.
+        writeFile(m_dir.filePath("model one.tovrel-out"), "stale\n");
+    }
+
+    void demoRunMakesPlotsAndPagesOneStepPerClick()
+    {
+        const QString chapter = binDir() + "/User Guide Examples/1.1-Potential Scale Reduction";
+        for (const char *name : {"slow_convergence.imp", "slow.dat"})
+            QVERIFY(QFile::copy(chapter + '/' + name, m_dir.filePath(name)));
+        CSettings::instance().setCommandLineToolName(binDir() + "/tovrel");
+        Workspace document;
+        QVERIFY(document.on_open(m_dir.filePath("slow_convergence.imp")));
+        QSignalSpy streamed(&document, &Workspace::output_receieved);
+        QSignalSpy plotted(&document, &Workspace::graphs_done);
+        QVERIFY(runToEnd(&document));
+        QVERIFY(!streamed.isEmpty());
+        const QString file
+            = QString::fromUtf8(readFile(m_dir.filePath("slow_convergence.tovrel-out")));
+        QCOMPARE(document.outputPane()->text(), file);
+        QVERIFY(document.iterationHistory().size() > file.size());
+        // The lines in view are coloured again once the file's text has replaced the stream.
+        QTRY_VERIFY(!document.outputPane()->document()->firstBlock().layout()->formats().isEmpty());
+        QVERIFY(plotted.wait(kWaitMs));
+        QCOMPARE(document.graphPanel()->pageText(), "Plot : 1 of 7");
+        QTest::mouseClick(document.graphPanel()->findChild<QToolButton *>("tb_right"),
+                          Qt::LeftButton);
+        QCOMPARE(document.graphPanel()->pageText(), "Plot : 2 of 7");
+        QStringList seen;
+        ModalAnswerer answerer(answer(QMessageBox::Ok, m_dir.filePath("all.pdf"), &seen));
+        document.on_tb_saveAll_plot_clicked();
+        const QByteArray pdf = readFile(m_dir.filePath("all.pdf"));
+        QCOMPARE(pdf.count("/Type /Page") - pdf.count("/Type /Pages"), 7);
+        document.on_run(); // the old plots' folder is gone: the dock no longer pages through it
+        QCOMPARE(document.graphPanel()->pageText(), "Plot : 0 of 0");
+    }
+
+    void runOutcome_data()
+    {
+        QTest::addColumn<QByteArray>("plan");
+        QTest::addColumn<QString>("pane");
+        QTest::addColumn<bool>("plotsDisabled");
+        // clang-format off
+        QTest::newRow("clean exit: the output file replaces the stream") << QByteArray("echo streamed; printf 'final\\n' > \"$OUTPUT\"") << "final\n" << false;
+        QTest::newRow("no output file: the stream is kept and saved") << QByteArray("echo streamed") << "\nstreamed\n" << false;
+        QTest::newRow("failure: the stream follows the file") << QByteArray("echo streamed; printf 'final\\n' > \"$OUTPUT\"; exit 3") << "final\n\nstreamed\n" << true;
+        QTest::newRow("stderr during a run joins the stream") << QByteArray("echo a; sleep 0.2; echo warn >&2; sleep 0.2; echo b; exit 1") << "\na\nwarn\nb\n" << true;
+        QTest::newRow("a 1 MB line streams whole") << QByteArray("head -c 1048576 /dev/zero | tr '\\0' x; echo; echo end") << "\n" + QString(1 << 20, 'x') + "\nend\n" << false;
+        QTest::newRow("invalid UTF-8 and NUL bytes lose nothing after them") << QByteArray("printf 'a\\377\\0b\\n'; echo end; exit 1") << QString("\na\uFFFD") + QChar(0) + "b\nend\n" << true;
+        // clang-format on
+    }
+    void runOutcome()
+    {
+        QFETCH(QByteArray, plan);
+        QFETCH(QString, pane);
+        QFETCH(bool, plotsDisabled);
+        auto document = standInDocument(plan);
+        QSignalSpy disabled(document.get(), &Workspace::disable_plot);
+        QSignalSpy finished(document.get(), &Workspace::process_finished);
+        QVERIFY(runToEnd(document.get()));
+        QCOMPARE(document->outputPane()->text(), pane);
+        QCOMPARE(QString::fromUtf8(readFile(m_dir.filePath("model one.tovrel-out"))), pane);
+        QCOMPARE(disabled.count(), plotsDisabled ? 1 : 0);
+        QCOMPARE(finished.count(), 1);
+        QVERIFY(document->runAction()->isEnabled() && !document->stopAction()->isEnabled());
+    }
+
+    void missingEngineIsReportedWithoutARun()
+    {
+        auto document = standInDocument("");
+        CSettings::instance().setCommandLineToolName("/nowhere");
+        QVERIFY(runToEnd(document.get()));
+        QCOMPARE(document->outputPane()->text(),
+                 "\nTovrel Studio:\n\nERROR: Executable does not exist!\n See '/nowhere'");
+    }
+
+    void savePrompts_data()
+    {
+        QTest::addColumn<bool>("closing");
+        QTest::addColumn<int>("button");
+        // clang-format off
+        QTest::newRow("run, Cancel: nothing runs, the pane is untouched") << false << int(QMessageBox::Cancel);
+        QTest::newRow("run, Save: saved, then run") << false << int(QMessageBox::Save);
+        QTest::newRow("close, Cancel: refused") << true << int(QMessageBox::Cancel);
+        QTest::newRow("close, Discard: closed, nothing saved") << true << int(QMessageBox::Discard);
+        // clang-format on
+    }
+    void savePrompts()
+    {
+        QFETCH(bool, closing);
+        QFETCH(int, button);
+        const bool proceeds = button != QMessageBox::Cancel;
+        auto document = standInDocument("echo ran");
+        document->outputPane()->setText("before");
+        document->editor()->textCursor().insertText("#");
+        SeenBox seen;
+        ModalAnswerer answerer(clickBox(QMessageBox::StandardButton(button), &seen));
+        QSignalSpy finished(document.get(), &Workspace::process_finished);
+        const bool done = closing ? document->on_close()
+                                  : (document->on_run(), proceeds && finished.wait(kWaitMs));
+        QCOMPARE(done, proceeds);
+        QCOMPARE(bool(seen.buttons & QMessageBox::Discard), closing);
+        QCOMPARE(seen.text, "The document has been modified.\nDo you want to save your changes?");
+        QCOMPARE(readFile(m_script),
+                 button == QMessageBox::Save ? "#DATA: x.dat;\n" : "DATA: x.dat;\n");
+        if (!closing)
+            QCOMPARE(document->outputPane()->text(), proceeds ? "\nran\n" : "before");
+    }
+
+    void examplePromptAskedOnce_data()
+    {
+        QTest::addColumn<int>("button");
+        // clang-format off
+        QTest::newRow("Yes: Save As to a new file") << int(QMessageBox::Yes);
+        QTest::newRow("No: saved over the example") << int(QMessageBox::No);
+        QTest::newRow("Cancel: nothing saved") << int(QMessageBox::Cancel);
+        // clang-format on
+    }
+    void examplePromptAskedOnce()
+    {
+        QFETCH(int, button);
+        const QString copy = m_dir.filePath("copy.imp");
+        QFile::remove(copy);
+        const QString chapter
+            = QCoreApplication::applicationDirPath() + "/User Guide Examples/ws test";
+        QVERIFY(QDir().mkpath(chapter));
+        const QString example = chapter + "/example.imp";
+        writeFile(example, "DATA: e.dat;\n");
+        Workspace document;
+        QVERIFY(document.on_open(example));
+        document.editor()->textCursor().insertText("#");
+        QStringList seen;
+        ModalAnswerer answerer(answer(QMessageBox::StandardButton(button), copy, &seen));
+        QCOMPARE(document.on_save(false), button != QMessageBox::Cancel);
+        QCOMPARE(readFile(example),
+                 QByteArray(button == QMessageBox::No ? "#DATA: e.dat;\n" : "DATA: e.dat;\n"));
+        QCOMPARE(seen.value(0),
+                 "The script appears to be a User Guide Example.\n\nWould you like to save to a "
+                 "new file?");
+        QCOMPARE(readFile(copy), button == QMessageBox::Yes ? "#DATA: e.dat;\n" : "");
+        document.on_save(false);
+        QCOMPARE(seen.filter("User Guide").size(), 1);
+        QDir(chapter).removeRecursively();
+    }
+
+    void outputPaneSavesThroughItsOwnDialog()
+    {
+        auto document = standInDocument("");
+        document->setDocumentNumber(4);
+        document->outputPane()->setText("log text");
+        document->outputPane()->setFocus();
+        QStringList seen;
+        ModalAnswerer answerer(answer(QMessageBox::Ok, m_dir.filePath("log.txt"), &seen));
+        QVERIFY(document->on_save(true));
+        QCOMPARE(seen,
+                 QStringList({"Enter file name to save", "Text files (*.txt)", "output4.txt"}));
+        QCOMPARE(readFile(m_dir.filePath("log.txt")), "log text");
+        document->editor()->setFocus();
+        document->editor()->textCursor().insertText("#");
+        QVERIFY(document->on_save(false));
+        QCOMPARE(document->filePath(), m_script);
+        QCOMPARE(readFile(m_script), "#DATA: x.dat;\n");
+    }
+
+    void openRedirects_data()
+    {
+        QTest::addColumn<QString>("asked");
+        QTest::addColumn<bool>("mplus");
+        // clang-format off
+        QTest::newRow("engine output opens its script") << "Model.tovrel-out" << false;
+        QTest::newRow("output suffix in upper case") << "Model.TOVREL-OUT" << false;
+        QTest::newRow("Mplus output opens its input in Mplus mode") << "Model.out" << true;
+        QTest::newRow("a script opens as itself") << "Model.imp" << false;
+        // clang-format on
+    }
+    void openRedirects()
+    {
+        QFETCH(QString, asked);
+        QFETCH(bool, mplus);
+        const QString opened = mplus ? "Model.inp" : "Model.imp",
+                      output = mplus ? "Model.out" : "Model.tovrel-out";
+        for (const QString &name : {opened, output})
+            writeFile(m_dir.filePath(name), name.toUtf8());
+        Workspace document;
+        QVERIFY(document.on_open(m_dir.filePath(asked)));
+        QCOMPARE(document.filePath(), m_dir.filePath(opened));
+        QCOMPARE(document.editor()->toPlainText(), opened);
+        QCOMPARE(document.outputPane()->text(), output);
+        QCOMPARE(document.editor()->syntaxMode() == SyntaxMode::Mplus, mplus);
+        QVERIFY(!document.isModified());
+    }
+
+    void openDialogAsksForScriptsAndKeepsTheFileWhenCancelled()
+    {
+        auto document = standInDocument("");
+        QStringList seen;
+        ModalAnswerer answerer(answer(QMessageBox::Ok, "", &seen));
+        document->on_actionOpen_triggered();
+        QCOMPARE(seen.mid(0, 2),
+                 QStringList({"Select Syntax File to Open",
+                              "Files (*.imp *.txt *.tovrel-out *.inp *.out)"}));
+        QCOMPARE(document->filePath(), m_script);
+    }
+
+    void mplusRunsTheMplusProgram()
+    {
+        writeFile(m_dir.filePath("m.inp"), "TITLE: t;\n");
+        writeFile(m_plan, "printf 'mplus result\\n' > \"$1\"");
+        CSettings::instance().setMplusToolName(kStandIn);
+        Workspace document;
+        QVERIFY(document.on_open(m_dir.filePath("m.inp")));
+        QVERIFY(runToEnd(&document));
+        QCOMPARE(document.outputPane()->text(), "mplus result\n");
+        QCOMPARE(QString::fromUtf8(readFile(m_record)).split('\n').mid(1, 2),
+                 QStringList({m_dir.filePath("m.inp"), m_dir.filePath("m.out")}));
+    }
+
+    void noPlotsUntilThePaneIsShown()
+    {
+        auto document
+            = standInDocument("T=$(tail -n 1 \"$TESTENGINE_RECORD\"); printf '\"V\" \"P\" "
+                              "\"A\"\\n\"y\" \"Beta\" \"x\"\\n' > \"$T/labels.dat\"; "
+                              "for c in 1 2; do for i in 1 2 3 4 5; do echo \"$i,0.$i$c\"; done > "
+                              "\"$T/burn$c.csv\"; done");
+        document->on_autoPlot(false);
+        QSignalSpy plotted(document.get(), &Workspace::graphs_done);
+        QVERIFY(runToEnd(document.get()));
+        QVERIFY(document->plotsAvailable());
+        QVERIFY(!plotted.wait(500));
+        QCOMPARE(document->graphPanel()->pageText(), "Plot : 0 of 0");
+        const QByteArray path = qgetenv("PATH");
+        qputenv("PATH", "/nowhere");
+        SeenBox seen;
+        ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
+        document->on_plot(true); // no gnuplot: reported, and the pane is not left busy
+        QTRY_COMPARE(seen.count, 1);
+        QVERIFY(!document->isPlotting() && !document->findChild<WaitingSpinnerWidget *>());
+        qputenv("PATH", path);
+        document->on_plot(true);
+        QVERIFY(plotted.wait(kWaitMs));
+        QCOMPARE(document->graphPanel()->pageText(), "Plot : 1 of 1");
+        QVERIFY(document->findChild<QDockWidget *>("dockGraph")->isVisible());
+    }
+
+    void stopShowsNoCrashBoxButALaterCrashDoes()
+    {
+        auto document = standInDocument("echo start; exec sleep 30");
+        SeenBox seen;
+        ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
+        QSignalSpy streamed(document.get(), &Workspace::output_receieved);
+        QSignalSpy finished(document.get(), &Workspace::process_finished);
+        document->on_run();
+        QVERIFY(streamed.wait(kWaitMs));
+        auto *spinner = document->outputPane()->findChild<WaitingSpinnerWidget *>();
+        QVERIFY(spinner && spinner->isSpinning() && document->outputPane()->isEnabled());
+        document->on_stop();
+        QVERIFY(finished.wait(kWaitMs));
+        QTest::qWait(100);
+        QCOMPARE(seen.count, 0);
+        QVERIFY(document->iterationHistory().endsWith("start\n\n\nTovrel stopped by user."));
+        writeFile(m_plan, "kill -SEGV $$");
+        QVERIFY(runToEnd(document.get()));
+        QTRY_COMPARE(seen.count, 1);
+        QCOMPARE(seen.title, "Error!");
+        QCOMPARE(seen.text, "Tovrel had an unexpected crash.\n Please contact Tovrel support.");
+    }
+
+    void closingDuringARunLeavesNoProcessNorFolder_data()
+    {
+        QTest::addColumn<bool>("destroy");
+        // clang-format off
+        QTest::newRow("closed") << false;
+        QTest::newRow("destroyed") << true;
+        // clang-format on
+    }
+    void closingDuringARunLeavesNoProcessNorFolder()
+    {
+        QFETCH(bool, destroy);
+        QVERIFY(QDir(m_dir.path()).mkpath("outside"));
+        writeFile(m_dir.filePath("outside/keep.txt"), "keep");
+        QFile::remove(m_dir.filePath("pid"));
+        QMdiArea area; // hosts the document as the main window does; outlives it
+        auto document = standInDocument(QString("T=$(tail -n 1 \"$TESTENGINE_RECORD\"); ln -s '%1' "
+                                                "\"$T/link\"; echo $$ > '%2'; exec sleep 30")
+                                            .arg(m_dir.filePath("outside"), m_dir.filePath("pid"))
+                                            .toUtf8());
+        QMdiSubWindow *frame = area.addSubWindow(document.get());
+        area.show();
+        document->on_run();
+        QTRY_VERIFY(!readFile(m_dir.filePath("pid")).isEmpty());
+        const QString pid = QString::fromUtf8(readFile(m_dir.filePath("pid"))).trimmed();
+        const QString folder
+            = QString::fromUtf8(readFile(m_record)).split('\n').value(5); // --traceplot
+        QVERIFY(QFileInfo::exists(folder + "/link"));
+        QVERIFY(destroy ? (document.reset(), true) : document->on_close() && !frame->isVisible());
+        QVERIFY(!QFileInfo::exists("/proc/" + pid));
+        QVERIFY(!QFileInfo::exists(folder));
+        QCOMPARE(readFile(m_dir.filePath("outside/keep.txt")), "keep");
+    }
+
+    void commandFill_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<bool>("caseSensitive");
+        QTest::addColumn<QString>("filled");
+        // clang-format off
+        QTest::newRow("empty command filled") << "DATA: ;\nMODEL: ;" << "DATA" << "a.dat" << false << "DATA: a.dat;\nMODEL: ;";
+        QTest::newRow("blanks around the colon") << "DATA \t:  ;" << "DATA" << "a.dat" << false << "DATA: a.dat;";
+        QTest::newRow("spelled as the setting, any case matched") << "data: ;" << "DATA" << "a.dat" << false << "DATA: a.dat;";
+        QTest::newRow("case-sensitive leaves other spellings") << "data: ;" << "DATA" << "a.dat" << true << "data: ;";
+        QTest::newRow("a command with a value stays") << "DATA: b.dat;" << "DATA" << "a.dat" << false << "DATA: b.dat;";
+        QTest::newRow("every empty one is filled") << "DATA: ; DATA:;" << "DATA" << "a" << false << "DATA: a; DATA: a;";
+        QTest::newRow("trimmed word and value") << "DATA: ;" << " DATA " << " a.dat " << false << "DATA: a.dat;";
+        QTest::newRow("blank value: unchanged") << "DATA: ;" << "DATA" << "  " << false << "DATA: ;";
+        QTest::newRow("the word is a pattern, unescaped") << "DATA: ; DAT: ;" << "DATA?" << "a" << false << "DATA?: a; DATA?: a;";
+        QTest::newRow("an invalid pattern: unchanged") << "DATA: ;" << "DA(TA" << "a" << false << "DATA: ;";
+        QTest::newRow("backslashes and percent signs kept") << "DATA: ;" << "DATA" << "C:\\d\\1 %1.dat" << false << "DATA: C:\\d\\1 %1.dat;";
+        // clang-format on
+    }
+    void commandFill()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, command);
+        QFETCH(QString, value);
+        QFETCH(bool, caseSensitive);
+        QTEST(fillCommand(text, command, value, caseSensitive), "filled");
+    }
+};
+
+TOVREL_TEST_MAIN(TestWorkspace)
+#include "tst_workspace.moc"
