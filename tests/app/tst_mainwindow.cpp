@@ -1,4 +1,5 @@
 #include "app/mainwindow.h"
+#include "app/studioinfo.h"
 #include "config/csettings.h"
 #include "config/msettings.h"
 #include "config/vsettings.h"
@@ -379,6 +380,42 @@ private Q_SLOTS:
         QCOMPARE(settings.store().defaultCommandSet().startsWith("DATA: ;"), reset);
         QCOMPARE(settings.commandLineToolName(),
                  reset ? CSettings::stableEnginePath() : QStringLiteral("/opt/custom-engine"));
+    }
+
+    // What "Tovrel Changelog..." shows for each kind of engine path.
+    void engineVersion_data()
+    {
+        QTest::addColumn<QString>("engine");
+        QTest::addColumn<QString>("expected");
+        const QString bin = qEnvironmentVariable("TOVREL_TEST_BIN_DIR");
+        QTest::newRow("the demo engine") << bin + "/tovrel" << "4.0.1";
+        QTest::newRow("no path") << "" << "No Tovrel computational engine was found";
+        QTest::newRow("no such file") << "/nowhere/tovrel" << "No Tovrel computational engine was found";
+        QTest::newRow("not a program") << "data.txt" << "could not be started";
+        QTest::newRow("fails") << "fails.sh" << "could not report its version (exit code 3)";
+    }
+    void engineVersion()
+    {
+        QFETCH(QString, engine);
+        QFETCH(QString, expected);
+        writeFile(m_dir.filePath("data.txt"), "1 2 3\n");
+        writeFile(m_dir.filePath("fails.sh"), "#!/bin/sh\necho broken >&2\nexit 3\n");
+        QFile::setPermissions(m_dir.filePath("fails.sh"), QFile::ReadOwner | QFile::ExeOwner);
+        if (engine.endsWith(".txt") || engine.endsWith(".sh"))
+            engine = m_dir.filePath(engine);
+        const QString answer = StudioInfo::engineVersion(engine);
+        QVERIFY2(answer.contains(expected), qPrintable(answer));
+    }
+
+    void helpAndChangelogShipWithTheStudio()
+    {
+        QCOMPARE(StudioInfo::helpUrl(),
+                 QUrl::fromLocalFile(QCoreApplication::applicationDirPath() + "/user-guide/index.html"));
+        const QString changelog = StudioInfo::studioChangelog();
+        QVERIFY(changelog.startsWith("# Tovrel Studio changelog"));
+        QCOMPARE(changelog.section("\n## ", 1, 1).section('\n', 0, 0), QStringLiteral("Unreleased"));
+        QVERIFY(StudioInfo::aboutText().contains(QString::fromLatin1(qVersion())));
+        QVERIFY(StudioInfo::aboutText().contains("Tovrel Studio Version 4.0.1"));
     }
 
     void realStudioOpensItsArgument()
