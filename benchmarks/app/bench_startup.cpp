@@ -10,8 +10,8 @@
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QMainWindow>
-#include <QSettings>
 #include <QProcess>
+#include <QSettings>
 #include <QTimer>
 
 #include <algorithm>
@@ -51,7 +51,8 @@ int runStudioAndReportShown(int argc, char **argv)
     // measured is the everyday one (no engine-missing dialog, no first-start resets).
     QSettings profile(qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/tovrel/gui.conf"),
                       QSettings::IniFormat);
-    profile.setValue(QStringLiteral("Tovrel/CommandLineToolName"), binDir() + QStringLiteral("/tovrel"));
+    profile.setValue(QStringLiteral("Tovrel/CommandLineToolName"),
+                     binDir() + QStringLiteral("/tovrel"));
     profile.setValue(QStringLiteral("Version"), MainWindow::versionText());
     profile.sync();
     StartUp startUp(application);
@@ -97,7 +98,8 @@ int main(int argc, char **argv)
     const QString example = binDir()
         + QStringLiteral("/User Guide Examples/1.1-Potential Scale Reduction/slow_convergence.imp");
     if (!QFileInfo::exists(example)) {
-        std::fprintf(stderr, "the example %s is missing: build the studio first\n", qPrintable(example));
+        std::fprintf(stderr, "the example %s is missing: build the studio first\n",
+                     qPrintable(example));
         return 1;
     }
     const int runs = 11;

@@ -22,12 +22,21 @@
 #include <QFileIconProvider>
 #include <QFileInfo>
 #include <QMdiSubWindow>
+#include <QMenu>
 #include <QMessageBox>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTextBrowser>
 #include <QTextDocument>
 #include <QVBoxLayout>
+
+namespace {
+bool samePathIgnoringCase(const QString &vOpen, const QString &vWanted)
+{
+    return !vOpen.isEmpty()
+        && QFileInfo(vOpen).absoluteFilePath().compare(vWanted, Qt::CaseInsensitive) == 0;
+}
+} // namespace
 
 MainWindow::MainWindow(QWidget *parent)
     : QMainWindow(parent)
@@ -169,9 +178,7 @@ void MainWindow::on_open(const QString &vImpFile)
     const QString wanted = QFileInfo(path).absoluteFilePath();
     for (QMdiSubWindow *sub : ui->mdiArea->subWindowList()) {
         auto *document = qobject_cast<Workspace *>(sub->widget());
-        if (document && !document->filePath().isEmpty()
-            && QFileInfo(document->filePath()).absoluteFilePath().compare(wanted, Qt::CaseInsensitive)
-                == 0) {
+        if (document && samePathIgnoringCase(document->filePath(), wanted)) {
             document->setFocus();
             ui->mdiArea->setActiveSubWindow(sub);
             updateButtons(document);
@@ -197,7 +204,10 @@ void MainWindow::on_saveAll()
         document->on_save(false);
 }
 
-void MainWindow::on_actionSave_All_triggered() { on_saveAll(); }
+void MainWindow::on_actionSave_All_triggered()
+{
+    on_saveAll();
+}
 
 void MainWindow::on_actionClose_All_triggered()
 {
@@ -223,15 +233,14 @@ void MainWindow::closeEvent(QCloseEvent *vEvent)
 
 QList<QAction *> MainWindow::documentActions() const
 {
-    return {ui->actionSave, ui->actionSave_As, ui->actionSave_All, ui->actionClose,
-            ui->actionClose_All, ui->actionUndo, ui->actionRedo, ui->actionCut, ui->actionCopy,
-            ui->actionPaste, ui->actionSelect_All, ui->actionSelect_Line,
-            ui->actionFind_and_Replace, ui->actionIndent, ui->actionUnindent,
-            ui->actionToggle_Comment, ui->actionDuplicate, ui->actionStart, ui->actionStop,
-            ui->actionIterations, ui->actionAuto_Plot, ui->actionPrevious, ui->actionNext,
-            ui->actionGo_to, ui->actionPlot_Popout, ui->actionPlot_Settings,
-            ui->actionSave_Current_Plot, ui->actionSave_All_Plots, ui->actionZoom_In,
-            ui->actionZoom_Out, ui->actionOutput, ui->actionPlot};
+    // Everything in the Edit, Run, Plot and View menus works on a document, as do these.
+    QList<QAction *> actions {ui->actionSave, ui->actionSave_As, ui->actionSave_All,
+                              ui->actionClose, ui->actionClose_All};
+    for (const QMenu *menu : {ui->menuEdit, ui->menuRun, ui->menuPlot, ui->menuView})
+        for (QAction *action : menu->actions())
+            if (!action->isSeparator() && !action->menu())
+                actions.append(action);
+    return actions;
 }
 
 void MainWindow::on_subWindowActivated(QMdiSubWindow *vMdiSubWindow)
@@ -385,12 +394,15 @@ void MainWindow::on_settings()
     m_preferences->show();
 }
 
-void MainWindow::on_actionSettings_triggered() { on_settings(); }
+void MainWindow::on_actionSettings_triggered()
+{
+    on_settings();
+}
 
 void MainWindow::on_notifyTovrelCheckFailed()
 {
-    statusBar()->showMessage(
-        tr("The Tovrel computational engine was not found. Choose one under Computational Engine."));
+    statusBar()->showMessage(tr(
+        "The Tovrel computational engine was not found. Choose one under Computational Engine."));
     if (!m_preferences) {
         on_settings();
         m_preferences->on_notifyTovrelCheckFailed();
@@ -428,8 +440,8 @@ void MainWindow::buildExamplesMenu(const QString &vFolder)
         const QString title = i < titles.size() ? titles.at(i) : tr("Other Examples");
         // The first category is a single entry, unless it holds more than one example.
         if (i == 0 && examples.size() <= 1) {
-            QAction *entry = addExample(menu, title, examples.isEmpty() ? QString()
-                                                                       : examples.first().folder);
+            QAction *entry
+                = addExample(menu, title, examples.isEmpty() ? QString() : examples.first().folder);
             entry->setEnabled(!examples.isEmpty());
             continue;
         }
@@ -496,17 +508,35 @@ void MainWindow::on_changelog()
 void MainWindow::on_changelogBase()
 {
     CSettings &settings = CSettings::instance();
-    const QString engine = settings.hasEnginePath() ? settings.commandLineToolName()
-                                                    : CSettings::stableEnginePath();
+    const QString engine
+        = settings.hasEnginePath() ? settings.commandLineToolName() : CSettings::stableEnginePath();
     showText(tr("Tovrel Changelog"), StudioInfo::engineVersion(engine), false);
 }
 
-void MainWindow::on_actionHelp_triggered() { on_help(); }
-void MainWindow::on_actionAbout_triggered() { on_about(); }
-void MainWindow::on_actionChangelog_triggered() { on_changelog(); }
-void MainWindow::on_actionBase_Changelog_triggered() { on_changelogBase(); }
-void MainWindow::on_actionNew_triggered() { on_new(); }
-void MainWindow::on_actionQuit_triggered() { close(); }
+void MainWindow::on_actionHelp_triggered()
+{
+    on_help();
+}
+void MainWindow::on_actionAbout_triggered()
+{
+    on_about();
+}
+void MainWindow::on_actionChangelog_triggered()
+{
+    on_changelog();
+}
+void MainWindow::on_actionBase_Changelog_triggered()
+{
+    on_changelogBase();
+}
+void MainWindow::on_actionNew_triggered()
+{
+    on_new();
+}
+void MainWindow::on_actionQuit_triggered()
+{
+    close();
+}
 
 // --- Forwarded to the active document ---------------------------------------------------------
 

@@ -25,9 +25,8 @@ QString aboutText()
                           "inspect their output and trace plots.</p>"
                           "<p>Built with Qt %2 (running on Qt %3).</p>"
                           "<p>%4</p>")
-        .arg(QCoreApplication::applicationVersion().toHtmlEscaped(),
-             QStringLiteral(QT_VERSION_STR), QString::fromLatin1(qVersion()),
-             QStringLiteral(TOVREL_LICENSE_TEXT).toHtmlEscaped());
+        .arg(QCoreApplication::applicationVersion().toHtmlEscaped(), QStringLiteral(QT_VERSION_STR),
+             QString::fromLatin1(qVersion()), QStringLiteral(TOVREL_LICENSE_TEXT).toHtmlEscaped());
 }
 
 QString studioChangelog()

@@ -66,7 +66,8 @@ VSettings::VSettings(QWidget *parent)
     fillChoice(ui->cb_auto, tr("Yes"), tr("No"));
     ui->cb_type->addItems(kSaveTypes);
     fillChoice(ui->cb_opengl, tr("Enabled"), tr("Disabled"));
-    ui->teSyntaxEditorOutLogFontExample->setPlainText(MSettings::resourceText(kOutputExampleResource));
+    ui->teSyntaxEditorOutLogFontExample->setPlainText(
+        MSettings::resourceText(kOutputExampleResource));
 
     connect(ui->cmbSyntaxEditorFontName, &QComboBox::currentTextChanged, this,
             &VSettings::setSyntaxEditorExampleFont);
@@ -103,8 +104,8 @@ void VSettings::buildCategories()
                      {QStringLiteral("Output Window"), OutputPage},
                      {QStringLiteral("Misc Settings"), MiscPage}};
     QStringList titles {QStringLiteral("General Settings"), QStringLiteral("Syntax Window"),
-                        QStringLiteral("Output Window"), QStringLiteral("Computational Engine"),
-                        QStringLiteral("Plot Settings"), QStringLiteral("Misc Settings")};
+                        QStringLiteral("Output Window"),    QStringLiteral("Computational Engine"),
+                        QStringLiteral("Plot Settings"),    QStringLiteral("Misc Settings")};
     if (m_importPageShown)
         titles.insert(titles.size() - 1, QStringLiteral("Import Data Settings"));
     for (const QString &title : titles)
@@ -116,8 +117,7 @@ void VSettings::buildCategories()
 void VSettings::showPage(int vPage)
 {
     const QString title = m_pageOfTitle.key(vPage);
-    const QList<QTreeWidgetItem *> items
-        = ui->tw_Category->findItems(title, Qt::MatchExactly);
+    const QList<QTreeWidgetItem *> items = ui->tw_Category->findItems(title, Qt::MatchExactly);
     if (!items.isEmpty())
         ui->tw_Category->setCurrentItem(items.first()); // switches the stack as well
     ui->stackedSettings->setCurrentIndex(vPage);
@@ -233,8 +233,7 @@ void VSettings::customToggle(bool checked)
 QString VSettings::chooseExecutable(QWidget *vParent)
 {
     return QFileDialog::getOpenFileName(vParent, QStringLiteral("Select File"),
-                                        QStringLiteral("/home"),
-                                        QStringLiteral("Application (*)"))
+                                        QStringLiteral("/home"), QStringLiteral("Application (*)"))
         .trimmed();
 }
 
@@ -301,10 +300,10 @@ void VSettings::storeImportSettings()
 bool VSettings::storePlotDefaults()
 {
     QVariantMap values;
-    const QString problem = PlotDefaults::check({ui->le_begin->text(), ui->le_end->text(),
-                                                 ui->le_nchain->text(), ui->le_width->text(),
-                                                 ui->le_height->text()},
-                                                values);
+    const QString problem
+        = PlotDefaults::check({ui->le_begin->text(), ui->le_end->text(), ui->le_nchain->text(),
+                               ui->le_width->text(), ui->le_height->text()},
+                              values);
     if (!problem.isEmpty()) {
         QMessageBox::warning(this, QStringLiteral("Error!"), problem, QMessageBox::Ok);
         return false;

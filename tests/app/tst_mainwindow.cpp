@@ -1,3 +1,4 @@
+#include "../workspace/testfiles.h"
 #include "app/mainwindow.h"
 #include "app/studioinfo.h"
 #include "config/csettings.h"
@@ -6,7 +7,6 @@
 #include "editor/wsyntaxeditor.h"
 #include "modalanswerer.h"
 #include "testmain.h"
-#include "../workspace/testfiles.h"
 #include "workspace/workspace.h"
 
 #include <QDir>
@@ -275,7 +275,9 @@ private Q_SLOTS:
         ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
         action(window(), "actionStart")->trigger();
         QCOMPARE(seen.title, QStringLiteral("Error!"));
-        QCOMPARE(seen.text, QStringLiteral("Cannot Find Tovrel Computational Engine.\n\nSet the path to the engine in Preferences."));
+        QCOMPARE(seen.text,
+                 QStringLiteral("Cannot Find Tovrel Computational Engine.\n\nSet the path to the "
+                                "engine in Preferences."));
         QCOMPARE(seen.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
         QVERIFY(window().preferences() && window().preferences()->isVisible());
         QVERIFY(action(window(), "actionStart")->isEnabled());
@@ -305,7 +307,9 @@ private Q_SLOTS:
     {
         QTest::addColumn<QStringList>("folders");
         QTest::addColumn<QString>("expected");
-        const QString empty = "~Convergence Diagnostics|~Regression Models[]|~Path Analysis and Latent Variable Models[]|~Multilevel Models[]|~Missing Not at Random Processes[]|~Simulating Data[]";
+        const QString empty
+            = "~Convergence Diagnostics|~Regression Models[]|~Path Analysis and Latent Variable "
+              "Models[]|~Multilevel Models[]|~Missing Not at Random Processes[]|~Simulating Data[]";
         // clang-format off
         QTest::newRow("no folder") << QStringList{"-"} << "~No Examples|Install Examples";
         QTest::newRow("empty folder: the categories only") << QStringList{} << empty;
@@ -322,7 +326,7 @@ private Q_SLOTS:
         QFETCH(QStringList, folders);
         QTemporaryDir examples;
         QString folder = examples.path();
-        if (folders == QStringList{"-"})
+        if (folders == QStringList {"-"})
             folder += "/missing";
         for (const QString &name : folders)
             QDir(examples.path()).mkpath(name);
@@ -348,7 +352,9 @@ private Q_SLOTS:
         ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
         entry->trigger();
         QCOMPARE(seen.title, QStringLiteral("Error!"));
-        QCOMPARE(seen.text, QStringLiteral("Cannot find selected example.\n\n Check that they have been downloaded in the updater."));
+        QCOMPARE(seen.text,
+                 QStringLiteral("Cannot find selected example.\n\n Check that they have been "
+                                "downloaded in the updater."));
     }
 
     // A new version resets the plot defaults, the text of new scripts and a custom engine.
@@ -388,11 +394,16 @@ private Q_SLOTS:
         QTest::addColumn<QString>("engine");
         QTest::addColumn<QString>("expected");
         const QString bin = qEnvironmentVariable("TOVREL_TEST_BIN_DIR");
-        QTest::newRow("the demo engine") << bin + "/tovrel" << "4.0.1";
-        QTest::newRow("no path") << "" << "No Tovrel computational engine was found";
-        QTest::newRow("no such file") << "/nowhere/tovrel" << "No Tovrel computational engine was found";
-        QTest::newRow("not a program") << "data.txt" << "could not be started";
-        QTest::newRow("fails") << "fails.sh" << "could not report its version (exit code 3)";
+        QTest::newRow("the demo engine") << bin + "/tovrel"
+                                         << "4.0.1";
+        QTest::newRow("no path") << ""
+                                 << "No Tovrel computational engine was found";
+        QTest::newRow("no such file") << "/nowhere/tovrel"
+                                      << "No Tovrel computational engine was found";
+        QTest::newRow("not a program") << "data.txt"
+                                       << "could not be started";
+        QTest::newRow("fails") << "fails.sh"
+                               << "could not report its version (exit code 3)";
     }
     void engineVersion()
     {
@@ -409,11 +420,13 @@ private Q_SLOTS:
 
     void helpAndChangelogShipWithTheStudio()
     {
-        QCOMPARE(StudioInfo::helpUrl(),
-                 QUrl::fromLocalFile(QCoreApplication::applicationDirPath() + "/user-guide/index.html"));
+        QCOMPARE(
+            StudioInfo::helpUrl(),
+            QUrl::fromLocalFile(QCoreApplication::applicationDirPath() + "/user-guide/index.html"));
         const QString changelog = StudioInfo::studioChangelog();
         QVERIFY(changelog.startsWith("# Tovrel Studio changelog"));
-        QCOMPARE(changelog.section("\n## ", 1, 1).section('\n', 0, 0), QStringLiteral("Unreleased"));
+        QCOMPARE(changelog.section("\n## ", 1, 1).section('\n', 0, 0),
+                 QStringLiteral("Unreleased"));
         QVERIFY(StudioInfo::aboutText().contains(QString::fromLatin1(qVersion())));
         QVERIFY(StudioInfo::aboutText().contains("Tovrel Studio Version 4.0.1"));
     }

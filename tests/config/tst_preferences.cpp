@@ -53,7 +53,8 @@ void setText(VSettings &vDialog, const char *vName, const QString &vText)
 // Whether any colour is laid over the character at vPosition of the editor's first line.
 bool coloured(WSyntaxEditor &vEditor, int vPosition)
 {
-    for (const QTextLayout::FormatRange &range : vEditor.document()->firstBlock().layout()->formats())
+    for (const QTextLayout::FormatRange &range :
+         vEditor.document()->firstBlock().layout()->formats())
         if (range.start <= vPosition && vPosition < range.start + range.length
             && range.format.hasProperty(QTextFormat::ForegroundBrush))
             return true;
@@ -81,7 +82,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QStringList>("fields");
         QTest::addColumn<QString>("expected");
-        const QString max = "Default Plot Settings Error\nMax is only allowed for numberof chains and stop iteration!";
+        const QString max = "Default Plot Settings Error\nMax is only allowed for numberof chains "
+                            "and stop iteration!";
         const QString text = "Default Plot Settings Error\nNon-numeric value given!";
         const QString zero = "Default Plot Settings Error\nAll values must be greater than zero.";
         const QString order = "Start Iterations must be less than Stop Iterations.";
@@ -152,9 +154,11 @@ private Q_SLOTS:
         // script is shown in the chosen editor font.
         QCOMPARE(child<QComboBox>(&dialog, "cmbSyntaxEditorFontName")->currentText(),
                  QStringLiteral("Some Missing Family"));
-        QCOMPARE(child<QPlainTextEdit>(&dialog, "teSyntaxEditorDefaultContent")->font().pointSize(), 17);
+        QCOMPARE(child<QPlainTextEdit>(&dialog, "teSyntaxEditorDefaultContent")->font().pointSize(),
+                 17);
         QVERIFY(child<QPlainTextEdit>(&dialog, "teSyntaxEditorOutLogFontExample")
-                    ->toPlainText().contains("Coefficients"));
+                    ->toPlainText()
+                    .contains("Coefficients"));
     }
 
     // Which engine button is checked and enabled for each stored choice and installed engine.
@@ -182,9 +186,9 @@ private Q_SLOTS:
             stable = std::make_unique<FileGuard>(CSettings::stableEnginePath());
         if (previewInstalled)
             preview = std::make_unique<FileGuard>(CSettings::previewEnginePath());
-        settings().setCommandLineToolName(stored == "stable"    ? CSettings::stableEnginePath()
-                                          : stored == "preview" ? CSettings::previewEnginePath()
-                                                                : stored);
+        settings().setCommandLineToolName(stored == "stable"        ? CSettings::stableEnginePath()
+                                              : stored == "preview" ? CSettings::previewEnginePath()
+                                                                    : stored);
         VSettings dialog;
         auto *custom = child<QRadioButton>(&dialog, "customButton");
         auto *path = child<QLineEdit>(&dialog, "le_ToolName");
@@ -266,7 +270,9 @@ private Q_SLOTS:
         child<QPushButton>(&dialog, "pb_OK")->click();
         QCOMPARE(seen.count, 1);
         QCOMPARE(seen.title, QStringLiteral("Error!"));
-        QCOMPARE(seen.text, QStringLiteral("Default Plot Settings Error\nAll values must be greater than zero."));
+        QCOMPARE(
+            seen.text,
+            QStringLiteral("Default Plot Settings Error\nAll values must be greater than zero."));
         QVERIFY(dialog.isVisible());
         QCOMPARE(child<QLineEdit>(&dialog, "le_width")->text(), QStringLiteral("0"));
         QVERIFY(!settings().advanceHighlight()); // stored before the check
@@ -307,7 +313,9 @@ private Q_SLOTS:
         QVERIFY(!dialog.isVisible());
         QCOMPARE(child<QLineEdit>(&dialog, "le_begin")->text(), QStringLiteral("1"));
         QVERIFY(child<QRadioButton>(&dialog, "darkButton")->isChecked());
-        QVERIFY(child<QPlainTextEdit>(&dialog, "teSyntaxEditorDefaultContent")->toPlainText().startsWith("DATA: ;"));
+        QVERIFY(child<QPlainTextEdit>(&dialog, "teSyntaxEditorDefaultContent")
+                    ->toPlainText()
+                    .startsWith("DATA: ;"));
         QCOMPARE(settings().plotSettings().value("bIter").toInt(), 1);
         QVERIFY(settings().darkModeSet());
     }
@@ -323,15 +331,16 @@ private Q_SLOTS:
         QFETCH(bool, flag);
         settings().store().setImportSettingsEnabled(flag);
         VSettings dialog;
-        QStringList expected {"General Settings", "Syntax Window", "Output Window",
+        QStringList expected {"General Settings",     "Syntax Window", "Output Window",
                               "Computational Engine", "Plot Settings", "Misc Settings"};
         if (flag)
             expected.insert(5, "Import Data Settings");
         QCOMPARE(categories(dialog), expected);
         // Each title shows its own page.
         auto *tree = child<QTreeWidget>(&dialog, "tw_Category");
-        const QList<int> pages {VSettings::GeneralPage, VSettings::SyntaxPage, VSettings::OutputPage,
-                                VSettings::EnginePage, VSettings::PlotPage, VSettings::ImportDataPage};
+        const QList<int> pages {VSettings::GeneralPage, VSettings::SyntaxPage,
+                                VSettings::OutputPage,  VSettings::EnginePage,
+                                VSettings::PlotPage,    VSettings::ImportDataPage};
         for (int i = 0; i < 5; ++i) {
             tree->setCurrentItem(tree->topLevelItem(i));
             QCOMPARE(dialog.currentPage(), pages.at(i));
@@ -363,7 +372,8 @@ private Q_SLOTS:
         QSignalSpy failed(&settings(), &CSettings::notifyTovrelCheckFailed);
         child<QToolButton>(&dialog, "tb_Reset")->click();
         QCOMPARE(failed.count(), 1); // no stable engine: nothing stored
-        QCOMPARE(child<QLineEdit>(&dialog, "le_ToolName")->text(), QStringLiteral("/opt/own-engine"));
+        QCOMPARE(child<QLineEdit>(&dialog, "le_ToolName")->text(),
+                 QStringLiteral("/opt/own-engine"));
         FileGuard stable(CSettings::stableEnginePath());
         child<QToolButton>(&dialog, "tb_Reset")->click();
         QCOMPARE(child<QLineEdit>(&dialog, "le_ToolName")->text(), CSettings::stableEnginePath());
