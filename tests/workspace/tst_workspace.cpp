@@ -18,10 +18,9 @@
 #include <QMdiSubWindow>
 #include <QSettings>
 #include <QSignalSpy>
-#include <QToolButton>
-
 #include <QTextBlock>
 #include <QTextLayout>
+#include <QToolButton>
 
 namespace {
 constexpr int kWaitMs = 60000;
