@@ -65,14 +65,11 @@ MainWindow::MainWindow(QWidget *parent)
 
 MainWindow::~MainWindow()
 {
-    // The documents go with the window's widgets, after the form: they must not call back.
-    disconnect(ui->mdiArea, nullptr, this, nullptr);
-    for (QMdiSubWindow *sub : ui->mdiArea->subWindowList()) {
-        disconnect(sub, nullptr, this, nullptr);
-        if (sub->widget())
-            disconnect(sub->widget(), nullptr, this, nullptr);
-    }
+    // The documents go with the window's widgets, after the form: from now on they must not
+    // call back into it.
+    m_tearingDown = true;
     delete ui;
+    ui = nullptr;
 }
 
 bool MainWindow::handOverToRunningInstance(const QString &vFileName)
@@ -130,7 +127,7 @@ QMdiSubWindow *MainWindow::addDocument(Workspace *vDocument)
     connect(vDocument->editor()->document(), &QTextDocument::modificationChanged, this,
             &MainWindow::rebuildTabMenu);
     connect(sub, &QObject::destroyed, this, [this] {
-        if (!activeDocument())
+        if (!m_tearingDown && !activeDocument())
             updateButtons(nullptr);
     });
     return sub;
@@ -245,11 +242,15 @@ QList<QAction *> MainWindow::documentActions() const
 
 void MainWindow::on_subWindowActivated(QMdiSubWindow *vMdiSubWindow)
 {
+    if (m_tearingDown)
+        return;
     updateButtons(vMdiSubWindow ? qobject_cast<Workspace *>(vMdiSubWindow->widget()) : nullptr);
 }
 
 void MainWindow::updateButtons(Workspace *window)
 {
+    if (m_tearingDown)
+        return;
     if (m_active && m_active != window)
         disconnect(m_active, nullptr, this, nullptr);
     m_active = window;
@@ -271,6 +272,8 @@ void MainWindow::updateButtons(Workspace *window)
 
 void MainWindow::syncDocumentActions()
 {
+    if (m_tearingDown)
+        return;
     Workspace *document = m_active;
     if (!document)
         return;
@@ -283,16 +286,22 @@ void MainWindow::syncDocumentActions()
 
 void MainWindow::disablePlotButtons()
 {
+    if (m_tearingDown)
+        return;
     ui->actionPlot->setChecked(false);
 }
 
 void MainWindow::checkOutput()
 {
+    if (m_tearingDown)
+        return;
     ui->actionOutput->setChecked(true);
 }
 
 void MainWindow::rebuildTabMenu()
 {
+    if (m_tearingDown)
+        return;
     QMenu *menu = ui->menuGo_to_tab;
     menu->clear();
     QMdiSubWindow *active = ui->mdiArea->activeSubWindow();

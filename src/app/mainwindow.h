@@ -114,6 +114,7 @@ private:
     QPointer<VSettings> m_preferences;
     QPointer<Workspace> m_active;
     int m_documentCount = 0;
+    bool m_tearingDown = false;
 };
 
 #endif // MAINWINDOW_H
