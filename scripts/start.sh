@@ -12,8 +12,12 @@ cmake --build "$build" -j"$(nproc)"
 
 studio="$build/bin/tovrel-studio"
 example="$(find "$build/bin/User Guide Examples" -name '*.imp' 2>/dev/null | sort | head -n 1 || true)"
+# The demo engine sits beside the studio as "tovrel", so the first start picks it as the stable
+# engine and Run works at once.
 if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
     echo "Built $studio. No display was found, so it was not started."
+    echo "To start it on a virtual display (xvfb is installed by scripts/install-deps.sh):"
+    echo "  xvfb-run -a -s '-screen 0 1280x800x24' '$studio' ${example:+'$example'}"
     exit 0
 fi
 echo "Starting $studio ${example:+with $example}"

@@ -1,6 +1,7 @@
 #include "config/csettings.h"
 #include "config/mconfiguration.h"
 #include "config/msettings.h"
+#include "fileguard.h"
 #include "goldentable.h"
 #include "testfiles.h"
 #include "testmain.h"
@@ -13,21 +14,6 @@
 #include <QTemporaryDir>
 
 namespace {
-
-// Creates a file at a path for the lifetime of the guard, removing it afterwards.
-class FileGuard
-{
-public:
-    explicit FileGuard(const QString &vPath, const QByteArray &vContents = "engine")
-        : m_path(vPath)
-    {
-        writeFile(m_path, vContents);
-    }
-    ~FileGuard() { QFile::remove(m_path); }
-
-private:
-    QString m_path;
-};
 
 QString resolveEngine(const QString &vName)
 {

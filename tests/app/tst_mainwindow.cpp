@@ -1,0 +1,418 @@
+#include "../workspace/testfiles.h"
+#include "app/mainwindow.h"
+#include "app/studioinfo.h"
+#include "config/csettings.h"
+#include "config/msettings.h"
+#include "config/vsettings.h"
+#include "editor/wsyntaxeditor.h"
+#include "modalanswerer.h"
+#include "testmain.h"
+#include "workspace/workspace.h"
+
+#include <QDir>
+#include <QMenu>
+#include <QProcess>
+#include <QSettings>
+#include <QShortcut>
+#include <QTemporaryDir>
+#include <QTextBrowser>
+
+#include <memory>
+
+namespace {
+
+QAction *action(MainWindow &vWindow, const char *vName)
+{
+    auto *found = vWindow.findChild<QAction *>(QLatin1String(vName));
+    if (!found)
+        qFatal("no action %s", vName);
+    return found;
+}
+
+QMenu *menu(MainWindow &vWindow, const char *vName)
+{
+    return vWindow.findChild<QMenu *>(QLatin1String(vName));
+}
+
+// A menu as text: entries separated by "|", a sub-menu's entries in brackets, disabled entries
+// marked "~", checked ones "*".
+QString describe(const QMenu *vMenu)
+{
+    QStringList entries;
+    for (QAction *entry : vMenu->actions()) {
+        QString text = entry->text();
+        if (!entry->isEnabled())
+            text.prepend('~');
+        if (entry->isChecked())
+            text.append('*');
+        if (entry->menu())
+            text += '[' + describe(entry->menu()) + ']';
+        entries << text;
+    }
+    return entries.join('|');
+}
+
+void flushDeletes()
+{
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QCoreApplication::processEvents();
+}
+
+QStringList documentNames(const MainWindow &vWindow)
+{
+    QStringList names;
+    for (Workspace *document : vWindow.documents())
+        names << QFileInfo(document->filePath()).fileName();
+    return names;
+}
+
+} // namespace
+
+class TestMainWindow : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+    std::unique_ptr<MainWindow> m_window;
+
+    QString script(const QString &vName, const QByteArray &vText = "DATA: x.dat;\n")
+    {
+        const QString path = m_dir.filePath(vName);
+        QDir().mkpath(QFileInfo(path).absolutePath());
+        writeFile(path, vText);
+        return path;
+    }
+    MainWindow &window() { return *m_window; }
+
+private Q_SLOTS:
+    void init()
+    {
+        QSettings().clear();
+        CSettings::instance().setVersion(MainWindow::versionText());
+        CSettings::instance().loadSettings();
+        m_window = std::make_unique<MainWindow>();
+        m_window->show();
+    }
+    void cleanup()
+    {
+        for (Workspace *document : window().documents())
+            document->editor()->document()->setModified(false);
+        m_window.reset();
+        flushDeletes();
+    }
+
+    // Opening rules: blanks trimmed, an output file stands for its script, a file open under
+    // another case is activated, and a file that cannot be read leaves no document behind.
+    void openingFiles()
+    {
+        const QString model = script("Model.imp");
+        const QString other = script("other.imp");
+        window().on_open("   ");
+        QCOMPARE(window().documents().size(), 0);
+        window().on_open("  " + m_dir.filePath("Model.TOVREL-OUT") + " ");
+        QCOMPARE(documentNames(window()), QStringList({"Model.imp"}));
+        window().on_open(other);
+        QCOMPARE(window().activeDocument()->filePath(), other);
+        window().on_open(m_dir.filePath("MODEL.IMP"));
+        QCOMPARE(documentNames(window()), QStringList({"Model.imp", "other.imp"}));
+        QCOMPARE(window().activeDocument()->filePath(), model);
+
+        SeenBox seen;
+        {
+            ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
+            window().on_open(m_dir.filePath("missing.imp"));
+        }
+        flushDeletes();
+        QCOMPARE(seen.count, 1);
+        QCOMPARE(documentNames(window()), QStringList({"Model.imp", "other.imp"}));
+    }
+
+    void goToTabMenuFollowsTheDocuments()
+    {
+        QMenu *tabs = menu(window(), "menuGo_to_tab");
+        QCOMPARE(describe(tabs), QString());
+        QVERIFY(!action(window(), "actionSave")->isEnabled());
+        window().on_open(script("a.imp"));
+        window().on_open(script("b.imp"));
+        QCOMPARE(describe(tabs), QStringLiteral("a.imp|b.imp*"));
+        QVERIFY(action(window(), "actionSave")->isEnabled());
+        tabs->actions().first()->trigger();
+        QCOMPARE(describe(tabs), QStringLiteral("a.imp*|b.imp"));
+        QCOMPARE(window().activeDocument()->filePath(), m_dir.filePath("a.imp"));
+        window().activeDocument()->editor()->insertPlainText("x");
+        QCOMPARE(describe(tabs), QStringLiteral("a.imp**|b.imp")); // modified, and active
+        window().activeDocument()->editor()->document()->setModified(false);
+        action(window(), "actionClose_All")->trigger();
+        flushDeletes();
+        QCOMPARE(describe(tabs), QString());
+        QVERIFY(!action(window(), "actionStart")->isEnabled());
+    }
+
+    // Save All saves every document; a refused close of the second of three keeps the studio
+    // open with the first closed; the geometry is stored once the studio does close.
+    void saveAllAndClosing()
+    {
+        for (const char *name : {"one.imp", "two.imp", "three.imp"})
+            window().on_open(script(name));
+        for (Workspace *document : window().documents())
+            document->editor()->setPlainText("SEED: 7;");
+        action(window(), "actionSave_All")->trigger();
+        QCOMPARE(readFile(m_dir.filePath("one.imp")) + readFile(m_dir.filePath("three.imp")),
+                 QByteArray("SEED: 7;SEED: 7;"));
+        window().documents().at(1)->editor()->insertPlainText("unsaved ");
+        window().setGeometry(40, 50, 900, 640);
+        SeenBox seen;
+        ModalAnswerer answerer(clickBox(QMessageBox::Cancel, &seen));
+        QVERIFY(!window().close());
+        flushDeletes();
+        QCOMPARE(seen.count, 1);
+        QCOMPARE(documentNames(window()), QStringList({"two.imp", "three.imp"}));
+        QVERIFY(CSettings::instance().geometry().isEmpty());
+        window().documents().at(0)->editor()->document()->setModified(false);
+        QVERIFY(window().close());
+        MainWindow next;
+        QCOMPARE(next.size(), QSize(900, 640));
+    }
+
+    // The document's own actions and widgets never claim a key the main window uses.
+    void shortcutsStayUnambiguous()
+    {
+        window().on_open(script("a.imp"));
+        window().on_new();
+        QMap<QString, QStringList> owners;
+        for (QAction *found : window().findChildren<QAction *>()) {
+            if (found->shortcut().isEmpty() || found->associatedObjects().isEmpty())
+                continue;
+            for (QObject *owner : found->associatedObjects()) {
+                QObject *up = owner;
+                while (up && up != &window())
+                    up = up->parent();
+                if (up)
+                    owners[found->shortcut().toString()] << found->objectName();
+            }
+        }
+        for (QShortcut *shortcut : window().findChildren<QShortcut *>())
+            if (shortcut->isEnabled())
+                owners[shortcut->key().toString()] << "QShortcut";
+        for (auto it = owners.cbegin(); it != owners.cend(); ++it) {
+            QStringList names = it.value();
+            names.removeDuplicates();
+            if (it.key() == "Ctrl+Shift+S")
+                QCOMPARE(names, QStringList({"actionSave_All", "actionSave_As"}));
+            else
+                QVERIFY2(names.size() == 1, qPrintable(it.key() + ": " + names.join(", ")));
+        }
+    }
+
+    // Each row: a main-window action, what the editor held, and what it holds afterwards.
+    void actionsReachTheActiveDocument_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("expected");
+        // clang-format off
+        QTest::newRow("toggle comment") << "actionToggle_Comment" << "# DATA: x.dat;";
+        QTest::newRow("indent") << "actionIndent" << "\tDATA: x.dat;";
+        QTest::newRow("duplicate") << "actionDuplicate" << "DATA: x.dat;\nDATA: x.dat;";
+        QTest::newRow("select all then cut") << "actionSelect_All actionCut" << "";
+        QTest::newRow("cut, undo") << "actionSelect_All actionCut actionUndo" << "DATA: x.dat;";
+        QTest::newRow("undo, redo") << "actionSelect_All actionCut actionUndo actionRedo" << "";
+        QTest::newRow("copy, paste at the end") << "actionSelect_Line actionCopy actionPaste actionPaste" << "DATA: x.dat;DATA: x.dat;";
+        // clang-format on
+    }
+    void actionsReachTheActiveDocument()
+    {
+        QFETCH(QString, name);
+        window().on_open(script("a.imp", "DATA: x.dat;"));
+        WSyntaxEditor *editor = window().activeDocument()->editor();
+        editor->moveCursor(QTextCursor::Start);
+        for (const QString &step : name.split(' '))
+            action(window(), qPrintable(step))->trigger();
+        QTEST(editor->toPlainText(), "expected");
+    }
+
+    void runWithoutEngineOffersPreferences()
+    {
+        window().on_new();
+        CSettings::instance().setCommandLineToolName(m_dir.filePath("no-engine"));
+        SeenBox seen;
+        ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
+        action(window(), "actionStart")->trigger();
+        QCOMPARE(seen.title, QStringLiteral("Error!"));
+        QCOMPARE(seen.text,
+                 QStringLiteral("Cannot Find Tovrel Computational Engine.\n\nSet the path to the "
+                                "engine in Preferences."));
+        QCOMPARE(seen.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+        QVERIFY(window().preferences() && window().preferences()->isVisible());
+        QVERIFY(action(window(), "actionStart")->isEnabled());
+        // Asking again brings back the same window.
+        VSettings *first = window().preferences();
+        action(window(), "actionSettings")->trigger();
+        QCOMPARE(window().preferences(), first);
+    }
+
+    void iterationHistoryShowsItsText()
+    {
+        window().on_new();
+        QString shown;
+        ModalAnswerer answerer([&shown](QWidget *vModal) {
+            if (auto *viewer = vModal->findChild<QTextBrowser *>()) {
+                shown = vModal->windowTitle() + ": " + viewer->toPlainText();
+                QVERIFY(viewer->isReadOnly());
+            }
+            vModal->close();
+        });
+        action(window(), "actionIterations")->trigger();
+        QCOMPARE(shown, QStringLiteral("Iteration History: No Iteration History"));
+    }
+
+    // Folders in the examples folder ("-" for no folder at all) and the menu they give.
+    void examplesMenu_data()
+    {
+        QTest::addColumn<QStringList>("folders");
+        QTest::addColumn<QString>("expected");
+        const QString empty
+            = "~Convergence Diagnostics|~Regression Models[]|~Path Analysis and Latent Variable "
+              "Models[]|~Multilevel Models[]|~Missing Not at Random Processes[]|~Simulating Data[]";
+        // clang-format off
+        QTest::newRow("no folder") << QStringList{"-"} << "~No Examples|Install Examples";
+        QTest::newRow("empty folder: the categories only") << QStringList{} << empty;
+        QTest::newRow("2.1 before 2.10, one convergence example")
+            << QStringList{"2.10-Ten", "2.2-Two", "2.1-One", "1.1-Psr", "6.1-Sim"}
+            << "Convergence Diagnostics|Regression Models[One|Two|Ten]|~Path Analysis and Latent Variable Models[]|~Multilevel Models[]|~Missing Not at Random Processes[]|Simulating Data[Sim]";
+        QTest::newRow("two convergence examples, one outside the categories")
+            << QStringList{"1.2-B", "1.1-A", "9.1-Later", "notes"}
+            << "Convergence Diagnostics[A|B]|~Regression Models[]|~Path Analysis and Latent Variable Models[]|~Multilevel Models[]|~Missing Not at Random Processes[]|~Simulating Data[]|Other Examples[Later|notes]";
+        // clang-format on
+    }
+    void examplesMenu()
+    {
+        QFETCH(QStringList, folders);
+        QTemporaryDir examples;
+        QString folder = examples.path();
+        if (folders == QStringList {"-"})
+            folder += "/missing";
+        for (const QString &name : folders)
+            QDir(examples.path()).mkpath(name);
+        window().buildExamplesMenu(folder);
+        QTEST(describe(menu(window(), "menuExamples")), "expected");
+    }
+
+    void choosingAnExampleOpensItsScript()
+    {
+        const QString folder = m_dir.filePath("guide");
+        script("guide/2.1-One/b.imp");
+        script("guide/2.1-One/a.imp");
+        window().buildExamplesMenu(folder);
+        QAction *entry = menu(window(), "menuExamples")->actions().at(1)->menu()->actions().first();
+        QCOMPARE(entry->data().toString(), QStringLiteral("2.1-One"));
+        entry->trigger();
+        QCOMPARE(documentNames(window()), QStringList({"a.imp"}));
+        entry->trigger(); // already open: activated, not opened twice
+        QCOMPARE(window().documents().size(), 1);
+
+        QDir(folder + "/2.1-One").removeRecursively();
+        SeenBox seen;
+        ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
+        entry->trigger();
+        QCOMPARE(seen.title, QStringLiteral("Error!"));
+        QCOMPARE(seen.text,
+                 QStringLiteral("Cannot find selected example.\n\n Check that they have been "
+                                "downloaded in the updater."));
+    }
+
+    // A new version resets the plot defaults, the text of new scripts and a custom engine.
+    void newVersionResets_data()
+    {
+        QTest::addColumn<QString>("stored");
+        QTest::addColumn<bool>("reset");
+        QTest::newRow("older version") << " 4.0.0" << true;
+        QTest::newRow("fresh profile") << "" << true;
+        QTest::newRow("same version") << MainWindow::versionText() << false;
+    }
+    void newVersionResets()
+    {
+        QFETCH(QString, stored);
+        QFETCH(bool, reset);
+        m_window.reset();
+        CSettings &settings = CSettings::instance();
+        QSettings().clear();
+        if (!stored.isEmpty())
+            settings.setVersion(stored);
+        QVariantMap plot = settings.plotDefaults();
+        plot["width"] = 123;
+        settings.setPlotSettings(plot);
+        settings.setDefaultCommandSet("SEED: 1;");
+        settings.setCommandLineToolName("/opt/custom-engine");
+        m_window = std::make_unique<MainWindow>();
+        QCOMPARE(settings.version(), MainWindow::versionText());
+        QCOMPARE(settings.plotSettings().value("width").toInt(), reset ? 900 : 123);
+        QCOMPARE(settings.store().defaultCommandSet().startsWith("DATA: ;"), reset);
+        QCOMPARE(settings.commandLineToolName(),
+                 reset ? CSettings::stableEnginePath() : QStringLiteral("/opt/custom-engine"));
+    }
+
+    // What "Tovrel Changelog..." shows for each kind of engine path.
+    void engineVersion_data()
+    {
+        QTest::addColumn<QString>("engine");
+        QTest::addColumn<QString>("expected");
+        const QString bin = qEnvironmentVariable("TOVREL_TEST_BIN_DIR");
+        QTest::newRow("the demo engine") << bin + "/tovrel"
+                                         << "4.0.1";
+        QTest::newRow("no path") << ""
+                                 << "No Tovrel computational engine was found";
+        QTest::newRow("no such file") << "/nowhere/tovrel"
+                                      << "No Tovrel computational engine was found";
+        QTest::newRow("not a program") << "data.txt"
+                                       << "could not be started";
+        QTest::newRow("fails") << "fails.sh"
+                               << "could not report its version (exit code 3)";
+    }
+    void engineVersion()
+    {
+        QFETCH(QString, engine);
+        QFETCH(QString, expected);
+        writeFile(m_dir.filePath("data.txt"), "1 2 3\n");
+        writeFile(m_dir.filePath("fails.sh"), "#!/bin/sh\necho broken >&2\nexit 3\n");
+        QFile::setPermissions(m_dir.filePath("fails.sh"), QFile::ReadOwner | QFile::ExeOwner);
+        if (engine.endsWith(".txt") || engine.endsWith(".sh"))
+            engine = m_dir.filePath(engine);
+        const QString answer = StudioInfo::engineVersion(engine);
+        QVERIFY2(answer.contains(expected), qPrintable(answer));
+    }
+
+    void realStudioOpensItsArgument()
+    {
+        const QString bin = qEnvironmentVariable("TOVREL_TEST_BIN_DIR");
+        const QString studio = bin + "/tovrel-studio";
+        if (!QFileInfo::exists(studio))
+            QSKIP("the studio executable has not been built");
+        const QString model = script("run me.imp");
+        QTemporaryDir profile;
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("XDG_CONFIG_HOME", profile.path());
+        environment.insert("QT_QPA_PLATFORM", "offscreen");
+        process.setProcessEnvironment(environment);
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(studio, {model, "ignored-second-argument.imp"});
+        QVERIFY(process.waitForStarted());
+        QByteArray log;
+        QTRY_VERIFY_WITH_TIMEOUT((log += process.readAll()).contains(" ~ did_read ~ "), 20000);
+        // The engine beside the studio became the stable engine on the first start (the
+        // settings reach the disk once the studio's event loop runs).
+        const auto engine = [&profile] {
+            return QSettings(profile.filePath("tovrel/gui.conf"), QSettings::IniFormat)
+                .value("Tovrel/CommandLineToolName")
+                .toString();
+        };
+        QTRY_COMPARE_WITH_TIMEOUT(engine(), bin + "/tovrel", 10000);
+        process.kill();
+        process.waitForFinished();
+        QVERIFY2(log.contains(QFile::encodeName(model)), log.constData());
+        QVERIFY(!log.contains("ignored-second-argument"));
+    }
+};
+
+TOVREL_TEST_MAIN(TestMainWindow)
+#include "tst_mainwindow.moc"

@@ -1,0 +1,355 @@
+#include "config/csettings.h"
+#include "config/msettings.h"
+#include "config/plotdefaults.h"
+#include "config/vsettings.h"
+#include "editor/syntaxhighlighter.h"
+#include "editor/wsyntaxeditor.h"
+#include "fileguard.h"
+#include "modalanswerer.h"
+#include "testmain.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QSpinBox>
+#include <QTextBlock>
+#include <QTextLayout>
+#include <QToolButton>
+#include <QTreeWidget>
+
+#include <memory>
+
+namespace {
+
+QWidget *field(QWidget &vDialog, const QString &vName)
+{
+    return vDialog.findChild<QWidget *>(vName);
+}
+
+// Any editing widget's value as text: buttons read "1" or "0", combo boxes their current text.
+QString valueOf(QWidget *vWidget)
+{
+    if (auto *edit = qobject_cast<QLineEdit *>(vWidget))
+        return edit->text();
+    if (auto *box = qobject_cast<QComboBox *>(vWidget))
+        return box->currentText();
+    if (auto *button = qobject_cast<QAbstractButton *>(vWidget))
+        return button->isChecked() ? "1" : "0";
+    if (auto *spin = qobject_cast<QSpinBox *>(vWidget))
+        return QString::number(spin->value());
+    return qobject_cast<QPlainTextEdit *>(vWidget)->toPlainText();
+}
+
+void setValue(QWidget *vWidget, const QString &vValue)
+{
+    if (auto *edit = qobject_cast<QLineEdit *>(vWidget))
+        edit->setText(vValue);
+    else if (auto *box = qobject_cast<QComboBox *>(vWidget))
+        box->setCurrentText(vValue);
+    else if (auto *button = qobject_cast<QAbstractButton *>(vWidget))
+        button->setChecked(vValue == "1");
+    else if (auto *spin = qobject_cast<QSpinBox *>(vWidget))
+        spin->setValue(vValue.toInt());
+    else
+        qobject_cast<QPlainTextEdit *>(vWidget)->setPlainText(vValue);
+}
+
+// A stored setting as text; "Plot/Settings:width" reads one entry of the plot map.
+QString stored(const QString &vKey)
+{
+    const QVariant value = QSettings().value(vKey.section(':', 0, 0));
+    if (vKey.contains(':'))
+        return value.toMap().value(vKey.section(':', 1)).toString();
+    return value.typeId() == QMetaType::QStringList ? value.toStringList().join(',')
+                                                    : value.toString();
+}
+
+void click(QWidget &vDialog, const char *vButton)
+{
+    vDialog.findChild<QAbstractButton *>(vButton)->click();
+}
+
+// Whether any colour lies over the character at vPosition of the editor's first line.
+bool coloured(WSyntaxEditor &vEditor, int vPosition)
+{
+    const auto ranges = vEditor.document()->firstBlock().layout()->formats();
+    return std::any_of(ranges.begin(), ranges.end(), [vPosition](const auto &vRange) {
+        return vRange.start <= vPosition && vPosition < vRange.start + vRange.length
+            && vRange.format.hasProperty(QTextFormat::ForegroundBrush);
+    });
+}
+
+} // namespace
+
+class TestPreferences : public QObject
+{
+    Q_OBJECT
+
+    CSettings &settings() { return CSettings::instance(); }
+
+private Q_SLOTS:
+    void init()
+    {
+        QSettings().clear();
+        settings().store().setImportSettingsEnabled(true);
+        settings().loadSettings();
+    }
+
+    // Fields: start, stop, chains, width, height; the message, or the numbers stored.
+    void plotDefaultsCheck_data()
+    {
+        QTest::addColumn<QStringList>("fields");
+        QTest::addColumn<QString>("expected");
+        const QString max = "Default Plot Settings Error\nMax is only allowed for numberof chains "
+                            "and stop iteration!";
+        const QString text = "Default Plot Settings Error\nNon-numeric value given!";
+        const QString zero = "Default Plot Settings Error\nAll values must be greater than zero.";
+        const QString order = "Start Iterations must be less than Stop Iterations.";
+        // clang-format off
+        QTest::newRow("stop MAX, start 100") << QStringList{"100", "MAX", "2", "900", "400"} << "100 -1 2 900 400";
+        QTest::newRow("chains max in any case, blanks around") << QStringList{" 1 ", "50", "mAx", "9", "4"} << "1 50 -1 9 4";
+        QTest::newRow("start max") << QStringList{"max", "500", "2", "900", "400"} << max;
+        QTest::newRow("width max") << QStringList{"1", "500", "2", "Max", "400"} << max;
+        QTest::newRow("width zero") << QStringList{"1", "500", "2", "0", "400"} << zero;
+        QTest::newRow("negative chains") << QStringList{"1", "500", "-3", "900", "400"} << zero;
+        QTest::newRow("width abc") << QStringList{"1", "500", "2", "abc", "400"} << text;
+        QTest::newRow("empty height") << QStringList{"1", "500", "2", "900", ""} << text;
+        QTest::newRow("decimal start") << QStringList{"1.5", "500", "2", "900", "400"} << text;
+        QTest::newRow("beyond 32 bits") << QStringList{"1", "99999999999", "2", "900", "400"} << text;
+        QTest::newRow("start equals stop") << QStringList{"500", "500", "2", "900", "400"} << order;
+        QTest::newRow("first problem in field order wins") << QStringList{"600", "500", "x", "0", "400"} << text;
+        // clang-format on
+    }
+    void plotDefaultsCheck()
+    {
+        QFETCH(QStringList, fields);
+        QVariantMap values;
+        const QString message = PlotDefaults::check(fields, values);
+        QStringList numbers;
+        for (const QString &key : PlotDefaults::fieldKeys())
+            numbers << values.value(key).toString();
+        QTEST(message.isEmpty() ? numbers.join(' ') : message, "expected");
+        QVERIFY(message.isEmpty() || values.isEmpty());
+    }
+
+    // One widget set and applied: what a newly opened dialog shows, and what was stored.
+    void applyStoresWhatTheNextDialogShows_data()
+    {
+        QTest::addColumn<QString>("widget");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("shown");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("value");
+        // clang-format off
+        QTest::newRow("stop max") << "le_end" << "max" << "MAX" << "Plot/Settings:eIter" << "-1";
+        QTest::newRow("chains") << "le_nchain" << "3" << "3" << "Plot/Settings:nchain" << "3";
+        QTest::newRow("width") << "le_width" << "640" << "640" << "Plot/Settings:width" << "640";
+        QTest::newRow("save type") << "cb_type" << "JPG (.jpg)" << "JPG (.jpg)" << "Plot/Settings:dType" << "2";
+        QTest::newRow("no GPU") << "cb_opengl" << "Disabled" << "Disabled" << "Plot/Settings:openGl" << "false";
+        QTest::newRow("no auto plot") << "cb_auto" << "No" << "No" << "Plot/Settings:autoPlot" << "false";
+        QTest::newRow("minimal highlighting inverted") << "chkAdvanceHighlight" << "1" << "1" << "SyntaxEditor/AdvanceHighlight" << "false";
+        QTest::newRow("vertical") << "radioButton_Vert" << "1" << "1" << "Tovrel/VerticalLayout" << "true";
+        QTest::newRow("light palette") << "lightButton" << "1" << "1" << "Tovrel/DarkModeSet" << "false";
+        QTest::newRow("no update check") << "chkAutoUpdate" << "0" << "0" << "Updater/AutoCheck" << "false";
+        QTest::newRow("mplus") << "mplusPath" << "/opt/mplus" << "/opt/mplus" << "Misc/MplusToolName" << "/opt/mplus";
+        QTest::newRow("keyword") << "leCommandsFileKeyword" << "@S" << "@S" << "Tovrel/CommandsFileKeyword" << "@S";
+        QTest::newRow("new script") << "teSyntaxEditorDefaultContent" << "DATA: x;" << "DATA: x;" << "SyntaxEditor/DefaultCommandSet" << "DATA: x;";
+        QTest::newRow("output size") << "spbSyntaxEditorOutLogFontSize" << "15" << "15" << "SyntaxEditor/OutLogFont" << "Courier New,15";
+        QTest::newRow("editor family kept though missing") << "spbSyntaxEditorFontSize" << "9" << "9" << "SyntaxEditor/Font" << "Courier New,9";
+        QTest::newRow("missing value not a number") << "leImportMissingValue" << "abc" << "0" << "SyntaxEditor/MissingValue" << "0";
+        QTest::newRow("missing command") << "cbImportMissingCommand" << "MISIND" << "MISIND" << "SyntaxEditor/MissingCommand" << "MISIND";
+        QTest::newRow("separator") << "leHeadersSeparator" << "," << "," << "ImportData/VariablesSeparator" << ",";
+        // clang-format on
+    }
+    void applyStoresWhatTheNextDialogShows()
+    {
+        QFETCH(QString, widget);
+        QFETCH(QString, typed);
+        SeenBox seen;
+        ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
+        QSignalSpy applied(&settings(), &CSettings::did_apply);
+        {
+            VSettings dialog;
+            setValue(field(dialog, widget), typed);
+            click(dialog, "pb_Apply");
+        }
+        QCOMPARE(applied.count(), 1);
+        QFETCH(QString, key);
+        QTEST(stored(key), "value");
+        VSettings next;
+        QTEST(valueOf(field(next, widget)), "shown");
+        QCOMPARE(seen.count, widget == "lightButton" ? 1 : 0); // the restart notice
+    }
+
+    // Which engine button is checked and enabled for each stored choice and installed engine;
+    // the path field holds the stored path only while Custom is checked.
+    void engineChoice_data()
+    {
+        QTest::addColumn<QString>("stored");
+        QTest::addColumn<bool>("stableInstalled");
+        QTest::addColumn<bool>("previewInstalled");
+        QTest::addColumn<QString>("checked");
+        // clang-format off
+        QTest::newRow("stable chosen and installed") << "stable" << true << false << "baseButton";
+        QTest::newRow("preview chosen, stable missing") << "preview" << false << true << "previewButton";
+        QTest::newRow("own program") << "/opt/engine" << true << true << "customButton";
+        QTest::newRow("nothing chosen") << "" << false << false << "customButton";
+        // clang-format on
+    }
+    void engineChoice()
+    {
+        QFETCH(QString, stored);
+        QFETCH(bool, stableInstalled);
+        QFETCH(bool, previewInstalled);
+        std::unique_ptr<FileGuard> stable, preview;
+        if (stableInstalled)
+            stable = std::make_unique<FileGuard>(CSettings::stableEnginePath());
+        if (previewInstalled)
+            preview = std::make_unique<FileGuard>(CSettings::previewEnginePath());
+        const QString path = stored == "stable" ? CSettings::stableEnginePath()
+            : stored == "preview"               ? CSettings::previewEnginePath()
+                                                : stored;
+        settings().setCommandLineToolName(path);
+        VSettings dialog;
+        QWidget *custom = field(dialog, "customButton");
+        QWidget *name = field(dialog, "le_ToolName");
+        QFETCH(QString, checked);
+        QCOMPARE(valueOf(field(dialog, checked)), QStringLiteral("1"));
+        QCOMPARE(field(dialog, "baseButton")->isEnabled(), stableInstalled);
+        QCOMPARE(field(dialog, "previewButton")->isEnabled(), previewInstalled);
+        QCOMPARE(field(dialog, "tb_Reset")->isEnabled(), checked == "customButton");
+        QCOMPARE(valueOf(name), checked == "customButton" ? path : QString());
+        setValue(custom, "1");
+        QCOMPARE(valueOf(name), path);
+        QVERIFY(name->isEnabled());
+        setValue(field(dialog, "previewButton"), "1");
+        QCOMPARE(valueOf(name), QString());
+        QVERIFY(!name->isEnabled());
+        click(dialog, "pb_Apply");
+        QCOMPARE(settings().commandLineToolName(), CSettings::previewEnginePath());
+    }
+
+    // Refused plot defaults: the box, the dialog open as typed, the pages before the check
+    // stored, the ones after it not.
+    void refusedPlotDefaultsKeepTheDialogOpen()
+    {
+        VSettings dialog;
+        dialog.show();
+        setValue(field(dialog, "le_width"), "0");
+        setValue(field(dialog, "radioButton_Vert"), "1");
+        setValue(field(dialog, "chkAdvanceHighlight"), "1");
+        SeenBox seen;
+        ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
+        click(dialog, "pb_OK");
+        QCOMPARE(seen.title + ": " + seen.text,
+                 "Error!: Default Plot Settings Error\nAll values must be greater than zero.");
+        QVERIFY(dialog.isVisible());
+        QCOMPARE(valueOf(field(dialog, "le_width")), QStringLiteral("0"));
+        QCOMPARE(stored("SyntaxEditor/AdvanceHighlight") + stored("Tovrel/VerticalLayout"),
+                 "false");
+        setValue(field(dialog, "le_width"), "700");
+        click(dialog, "pb_OK");
+        QVERIFY(!dialog.isVisible());
+        QCOMPARE(seen.count, 1);
+        QCOMPARE(stored("Tovrel/VerticalLayout"), QStringLiteral("true"));
+    }
+
+    void paletteRestartNoticeOnlyOnChange()
+    {
+        VSettings dialog;
+        SeenBox seen;
+        ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
+        setValue(field(dialog, "lightButton"), "1");
+        click(dialog, "pb_Apply");
+        QCOMPARE(seen.title + ": " + seen.text,
+                 "Restart Required.: Color settings require restart to take effect.");
+        click(dialog, "pb_Apply");
+        QTest::qWait(50);
+        QCOMPARE(seen.count, 1);
+    }
+
+    void cancelDiscardsEdits()
+    {
+        VSettings dialog;
+        dialog.show();
+        setValue(field(dialog, "le_begin"), "77");
+        setValue(field(dialog, "lightButton"), "1");
+        click(dialog, "pb_Close");
+        QVERIFY(!dialog.isVisible());
+        QCOMPARE(valueOf(field(dialog, "le_begin")) + valueOf(field(dialog, "darkButton")), "11");
+        QCOMPARE(stored("Plot/Settings:bIter") + stored("Tovrel/DarkModeSet"), QString());
+    }
+
+    void importPageOnlyWithTheFlag_data()
+    {
+        QTest::addColumn<bool>("flag");
+        QTest::newRow("flag off") << false;
+        QTest::newRow("flag on") << true;
+    }
+    void importPageOnlyWithTheFlag()
+    {
+        QFETCH(bool, flag);
+        settings().store().setImportSettingsEnabled(flag);
+        VSettings dialog;
+        auto *tree = dialog.findChild<QTreeWidget *>("tw_Category");
+        QStringList titles;
+        QList<int> pages;
+        for (int i = 0; i < tree->topLevelItemCount(); ++i) {
+            tree->setCurrentItem(tree->topLevelItem(i));
+            titles << tree->topLevelItem(i)->text(0);
+            pages << dialog.currentPage();
+        }
+        const QString import = flag ? "Import Data Settings," : "";
+        QCOMPARE(titles.join(','),
+                 "General Settings,Syntax Window,Output Window,Computational "
+                 "Engine,Plot Settings,"
+                     + import + "Misc Settings");
+        QCOMPARE(pages, flag ? QList<int>({3, 4, 5, 1, 0, 2, 6}) : QList<int>({3, 4, 5, 1, 0, 6}));
+        setValue(field(dialog, "cbImportDataCommand"), "FILE");
+        click(dialog, "pb_Apply");
+        QCOMPARE(stored("ImportData/DataCommand"), flag ? "FILE" : "");
+    }
+
+    // A failed engine check opens the engine page; the reset button stores the stable engine
+    // once there is one.
+    void engineCheckAndReset()
+    {
+        settings().setCommandLineToolName("/opt/own-engine");
+        VSettings dialog;
+        QSignalSpy failed(&settings(), &CSettings::notifyTovrelCheckFailed);
+        click(dialog, "tb_Reset");
+        QCOMPARE(failed.count(), 1);
+        QVERIFY(dialog.isVisible());
+        QCOMPARE(dialog.currentPage(), int(VSettings::EnginePage));
+        QCOMPARE(dialog.findChild<QTreeWidget *>()->currentItem()->text(0),
+                 QStringLiteral("Computational Engine"));
+        QCOMPARE(valueOf(field(dialog, "le_ToolName")), QStringLiteral("/opt/own-engine"));
+        FileGuard stable(CSettings::stableEnginePath());
+        click(dialog, "tb_Reset");
+        QCOMPARE(valueOf(field(dialog, "le_ToolName")), CSettings::stableEnginePath());
+        QCOMPARE(settings().commandLineToolName(), CSettings::stableEnginePath());
+        QCOMPARE(failed.count(), 1);
+    }
+
+    void minimalHighlightingTakesEffectInOpenEditors()
+    {
+        WSyntaxEditor editor;
+        editor.setPlainText("MODEL: y <-> x;");
+        editor.highlighter()->rehighlightDocument();
+        const int arrow = QStringLiteral("MODEL: y ").size();
+        QVERIFY(coloured(editor, arrow));
+        VSettings dialog;
+        setValue(field(dialog, "chkAdvanceHighlight"), "1");
+        click(dialog, "pb_Apply");
+        QVERIFY(!coloured(editor, arrow));
+        QVERIFY(coloured(editor, 0)); // the command word keeps its colour
+    }
+};
+
+TOVREL_TEST_MAIN(TestPreferences)
+#include "tst_preferences.moc"
