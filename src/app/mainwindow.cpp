@@ -1,6 +1,7 @@
 #include "mainwindow.h"
 
 #include "application.h"
+#include "singleinstance.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -17,9 +18,8 @@ MainWindow::MainWindow(QWidget *parent)
 
 bool MainWindow::handOverToRunningInstance(const QString &vFileName)
 {
-    Q_UNUSED(vFileName)
-    // Until the single-instance channel exists every process is the first one.
-    return false;
+    return SingleInstance::handOverOrServe(vFileName, this,
+                                           [this](const QString &v) { on_open(v); });
 }
 
 void MainWindow::on_open(const QString &fileName)
