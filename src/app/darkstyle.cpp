@@ -24,6 +24,18 @@ QStyle *DarkStyle::fusionStyle()
     return style;
 }
 
+void DarkStyle::polish(QApplication *app)
+{
+    if (!app)
+        return;
+    QFile sheet(QStringLiteral(":/darkstyle/darkstyle.qss"));
+    // Without the sheet the dark palette still applies.
+    if (!sheet.open(QIODevice::ReadOnly | QIODevice::Text))
+        return;
+    app->setStyleSheet(QString::fromLatin1(sheet.readAll()));
+    sheet.close();
+}
+
 void DarkStyle::polish(QPalette &palette)
 {
     // Later disabled-group entries override the all-group ones before them.
@@ -49,16 +61,4 @@ void DarkStyle::polish(QPalette &palette)
     palette.setColor(QPalette::Disabled, QPalette::Highlight, QColor(80, 80, 80));
     palette.setColor(QPalette::HighlightedText, Qt::white);
     palette.setColor(QPalette::Disabled, QPalette::HighlightedText, grey);
-}
-
-void DarkStyle::polish(QApplication *app)
-{
-    if (!app)
-        return;
-    QFile sheet(QStringLiteral(":/darkstyle/darkstyle.qss"));
-    // Without the sheet the dark palette still applies.
-    if (!sheet.open(QIODevice::ReadOnly | QIODevice::Text))
-        return;
-    app->setStyleSheet(QString::fromLatin1(sheet.readAll()));
-    sheet.close();
 }

@@ -17,8 +17,8 @@ public:
     // Wraps vStyle, which the proxy then owns.
     explicit DarkStyle(QStyle *style);
 
-    void polish(QPalette &palette) override;
     void polish(QApplication *app) override;
+    void polish(QPalette &palette) override;
 
     // Keep the other polish overloads visible next to the two above.
     using QProxyStyle::polish;
