@@ -66,7 +66,7 @@ class TestUpdater : public QObject
     QList<QUrl> m_opened;
 
     // A stand-in maintenance tool: vCheck answers "--checkupdates"; other calls leave their
-    // arguments in "called.txt".
+    // arguments in "called.txt", which appears only once written whole.
     QString tool(const QByteArray &vCheck, bool vExecutable = true)
     {
         static int count = 0;
@@ -75,7 +75,8 @@ class TestUpdater : public QObject
         if (!file.open(QIODevice::WriteOnly))
             return QString();
         file.write("#!/bin/sh\nif [ \"$1\" = --checkupdates ]; then\n" + vCheck
-                   + "\nexit 0\nfi\necho \"$@\" > '" + QFile::encodeName(called()) + "'\n");
+                   + "\nexit 0\nfi\necho \"$@\" > \"$0.out\" && mv \"$0.out\" '"
+                   + QFile::encodeName(called()) + "'\n");
         file.setPermissions(vExecutable ? QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner
                                         : QFile::ReadOwner | QFile::WriteOwner);
         return path;
