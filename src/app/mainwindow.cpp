@@ -6,7 +6,9 @@
 #include "config/vsettings.h"
 #include "editor/wsyntaxeditor.h"
 #include "examplecatalog.h"
+#include "singleinstance.h"
 #include "studioinfo.h"
+#include "update/updatecheck.h"
 #include "ui_mainwindow.h"
 #include "workspace/filehandling.h"
 #include "workspace/workspace.h"
@@ -43,10 +45,9 @@ MainWindow::MainWindow(QWidget *parent)
     , ui(new Ui::MainWindow)
 {
     ui->setupUi(this);
-    // The import screen and the update check arrive later; until then their actions stay out of
-    // sight rather than doing nothing.
+    // The import screen arrives later; until then its action stays out of sight rather than
+    // doing nothing.
     ui->actionImport->setVisible(false);
-    ui->actionCheckUpdate->setVisible(false);
 
     CSettings &settings = CSettings::instance();
     connect(&settings, &CSettings::notifyTovrelCheckFailed, this,
@@ -57,6 +58,9 @@ MainWindow::MainWindow(QWidget *parent)
     connect(this, &MainWindow::do_new, this, &MainWindow::on_new);
     connect(ui->mdiArea, &QMdiArea::subWindowActivated, this, &MainWindow::on_subWindowActivated);
 
+    // Without a maintenance tool (a studio built from source) this returns at once, silently.
+    if (settings.autoCheck())
+        UpdateCheck::start(UpdateCheck::Mode::Automatic, this);
     applyNewVersionResets();
     restoreGeometry(settings.geometry());
     buildExamplesMenu();
@@ -74,9 +78,8 @@ MainWindow::~MainWindow()
 
 bool MainWindow::handOverToRunningInstance(const QString &vFileName)
 {
-    Q_UNUSED(vFileName)
-    // Until the single-instance channel exists every process is the first one.
-    return false;
+    return SingleInstance::handOverOrServe(vFileName, this,
+                                           [this](const QString &v) { on_open(v); });
 }
 
 QString MainWindow::versionText()
@@ -346,6 +349,11 @@ void MainWindow::on_actionStart_triggered()
     ui->actionOutput->setChecked(true);
     ui->actionStop->setEnabled(true);
     ui->actionStart->setEnabled(false);
+}
+
+void MainWindow::on_actionCheckUpdate_triggered()
+{
+    UpdateCheck::start(UpdateCheck::Mode::Manual, this);
 }
 
 void MainWindow::on_actionIterations_triggered()

@@ -95,6 +95,7 @@ public Q_SLOTS:
     void on_actionSave_All_Plots_triggered();
     void on_actionBase_Changelog_triggered();
     void on_actionIterations_triggered();
+    void on_actionCheckUpdate_triggered();
 
 protected:
     void closeEvent(QCloseEvent *vEvent) override;

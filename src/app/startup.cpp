@@ -4,8 +4,10 @@
 #include "config/csettings.h"
 #include "config/mconfiguration.h"
 #include "config/msettings.h"
+#include "darkstyle.h"
 #include "mainwindow.h"
 
+#include <QApplication>
 #include <QStringList>
 
 StartUp::StartUp(Application &vApplication)
@@ -26,6 +28,9 @@ bool StartUp::prepare()
     m_settings->setImportSettingsEnabled(
         m_configuration->value(MConfiguration::ImportSettingsVisible).toBool());
     m_controller = std::make_unique<CSettings>(*m_settings);
+    // With dark mode off the platform's own style and palette stay untouched.
+    if (m_controller->darkModeSet())
+        QApplication::setStyle(new DarkStyle);
 
     m_mainWindow = std::make_unique<MainWindow>();
     if (m_mainWindow->handOverToRunningInstance(fileNameFromArguments()))

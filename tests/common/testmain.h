@@ -20,7 +20,7 @@ public:
             std::abort();
         }
         const QString root = m_root.path();
-        for (const char *name : {"config", "cache", "runtime", "data", "home"})
+        for (const char *name : {"config", "cache", "runtime", "data", "home", "tmp"})
             QDir(root).mkpath(QLatin1String(name));
         QFile::setPermissions(root + "/runtime",
                               QFileDevice::ReadOwner | QFileDevice::WriteOwner
@@ -29,6 +29,8 @@ public:
         qputenv("XDG_CACHE_HOME", QFile::encodeName(root + "/cache"));
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(root + "/runtime"));
         qputenv("XDG_DATA_HOME", QFile::encodeName(root + "/data"));
+        // Local sockets live in the temporary folder: a test's studio never meets another's.
+        qputenv("TMPDIR", QFile::encodeName(root + "/tmp"));
         if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
             qputenv("QT_QPA_PLATFORM", "offscreen");
     }
