@@ -14,7 +14,7 @@
 
 namespace {
 // One step of the background scan: a few milliseconds of work between two events.
-constexpr qint64 kStepBytes = 2 * 1024 * 1024;
+constexpr qint64 kStepBytes = 1024 * 1024;
 constexpr qint64 kCopyBytes = 1024 * 1024;
 
 QString values(qint64 vCount)
@@ -46,13 +46,14 @@ bool CImport::open(const QString &vPath)
     m_model->clear();
     m_openError.clear();
     const int knownCode = CSettings::instance().missingValue();
-    m_inspector = std::make_unique<DataInspector>(vPath, knownCode);
+    // The script may be saved anywhere: it must name the data by its full path.
     const QFileInfo info(vPath);
+    m_inspector = std::make_unique<DataInspector>(info.absoluteFilePath(), knownCode);
     m_size = info.size();
     m_modified = info.lastModified();
     if (!info.isFile())
         m_openError = QStringLiteral("The data file \"%1\" does not exist.")
-                          .arg(QDir::toNativeSeparators(vPath));
+                          .arg(QDir::toNativeSeparators(info.absoluteFilePath()));
     else if (!m_inspector->begin())
         m_openError = m_inspector->error();
     if (!m_openError.isEmpty()) {
@@ -70,12 +71,19 @@ bool CImport::open(const QString &vPath)
                 m_missingCode = code;
                 break;
             }
+    m_model->setMissingCode(m_missingCode);
     Q_EMIT did_open();
     if (m_inspector->finished())
         Q_EMIT did_finish();
     else
         m_timer->start();
     return true;
+}
+
+void CImport::setMissingCode(const QString &vCode)
+{
+    m_missingCode = vCode.trimmed();
+    m_model->setMissingCode(m_missingCode);
 }
 
 void CImport::scanStep()

@@ -38,7 +38,7 @@ public:
     bool header() const { return m_header; }
     void setHeader(bool vHeader);
     QString missingCode() const { return m_missingCode; }
-    void setMissingCode(const QString &vCode) { m_missingCode = vCode.trimmed(); }
+    void setMissingCode(const QString &vCode);
     // An empty text when vNames (one per column) were taken, otherwise why not.
     QString setNames(const QStringList &vNames);
     // Why vName cannot name column vColumn (0-based), or an empty text.

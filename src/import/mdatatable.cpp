@@ -85,6 +85,13 @@ void MDataTable::setName(int vColumn, const QString &vName)
     Q_EMIT headerDataChanged(Qt::Horizontal, vColumn, vColumn);
 }
 
+void MDataTable::setMissingCode(const QString &vCode)
+{
+    m_missingCode = vCode;
+    if (m_rows > 0)
+        Q_EMIT dataChanged(index(0, 0), index(m_rows - 1, columnCount() - 1), {Qt::ForegroundRole});
+}
+
 qint64 MDataTable::lineNumber(int vRow) const
 {
     if (!m_inspector || vRow < 0 || vRow >= m_rows)
@@ -155,9 +162,12 @@ QVariant MDataTable::data(const QModelIndex &index, int role) const
     if (index.column() >= cells.size())
         return role == Qt::DisplayRole ? QVariant() : QVariant(QBrush(Qt::red));
     if (role == Qt::ForegroundRole) {
-        // Cells the engine cannot read as numbers stand out.
-        if (!DataInspector::isNumber(cells.at(index.column()).toUtf8()))
-            return QBrush(Qt::darkRed);
+        // Missing values recede; cells the engine cannot read as numbers stand out.
+        const QString &cell = cells.at(index.column());
+        if (cell == m_missingCode)
+            return QBrush(Qt::gray);
+        if (!DataInspector::isNumber(cell.toUtf8()))
+            return QBrush(Qt::red);
         return {};
     }
     return cells.at(index.column());

@@ -29,6 +29,8 @@ public:
     QString setHeaders(const QStringList &vNames);
     void setName(int vColumn, const QString &vName);
     QStringList headers() const { return m_names; }
+    // Cells holding vCode are shown as missing values.
+    void setMissingCode(const QString &vCode);
     // The file line a row comes from.
     qint64 lineNumber(int vRow) const;
 
@@ -47,6 +49,7 @@ private:
     int m_rows = 0;
     int m_columns = 0;
     QStringList m_names;
+    QString m_missingCode;
     mutable QFile m_file;
     // Recently read blocks of rows, by block number.
     mutable QHash<int, QVector<QStringList>> m_blocks;
