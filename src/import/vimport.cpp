@@ -57,6 +57,7 @@ VImport::VImport(QWidget *parent)
     m_table->horizontalHeader()->setToolTip(QStringLiteral("Double-click a heading to rename it"));
     m_status->setObjectName(QStringLiteral("lbl_Status"));
     m_status->setWordWrap(true);
+    m_status->setTextFormat(Qt::RichText);
     m_status->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_create->setObjectName(QStringLiteral("pb_Create"));
     m_create->setDefault(true);
@@ -179,24 +180,32 @@ void VImport::showStatus()
         m_status->setText(QStringLiteral("Choose a data file with Browse..."));
         return;
     }
+    // A problem first, in red; then what the data holds.
     const QString problem = m_control->problem();
-    QString text;
+    QStringList notes;
     if (!problem.isEmpty())
-        text = QStringLiteral("<span style=\"color:#c00000\">%1</span>").arg(problem.toHtmlEscaped());
+        notes.append(problem);
     else if (m_control->scanning())
-        text = QStringLiteral("Checking the data: %1%, %2 rows so far.")
-                   .arg(data->progress())
-                   .arg(m_control->model()->rowCount());
+        notes.append(QStringLiteral("Checking the data: %1%, %2 rows so far.")
+                         .arg(data->progress())
+                         .arg(m_control->model()->rowCount()));
     else
-        text = QStringLiteral("%1 rows of %2 values.").arg(m_control->model()->rowCount()).arg(data->columns());
+        notes.append(QStringLiteral("%1 rows of %2 values.")
+                         .arg(m_control->model()->rowCount())
+                         .arg(data->columns()));
+    if (m_control->header() && data->headerNames().size() != data->columns())
+        notes.append(QStringLiteral("Line %1: Number Of Names Provided Doesn't Matche The Number "
+                                    "Of Columns.")
+                         .arg(data->lineNumbers().value(0)));
     const QStringList codes = data->missingCodes();
     if (problem.isEmpty() && !codes.isEmpty())
-        text += QStringLiteral(" Possible missing-value codes: %1.").arg(codes.join(QStringLiteral(", ")));
-    if (m_control->header() && data->headerNames().size() != data->columns())
-        text += QStringLiteral(" Line %1: Number Of Names Provided Doesn't Matche The Number Of "
-                               "Columns.")
-                    .arg(data->lineNumbers().value(0));
-    m_status->setText(text);
+        notes.append(QStringLiteral("Possible missing-value codes: %1.")
+                         .arg(codes.join(QStringLiteral(", "))));
+    for (QString &note : notes)
+        note = note.toHtmlEscaped();
+    if (!problem.isEmpty())
+        notes.first() = QStringLiteral("<span style=\"color:#c00000\">%1</span>").arg(notes.first());
+    m_status->setText(notes.join(QLatin1Char(' ')));
 }
 
 void VImport::renameColumn(int vColumn)

@@ -241,6 +241,39 @@ private Q_SLOTS:
         QCOMPARE(QDir(folder.path()).entryList(QDir::Files), remove ? QStringList() : QStringList{"bad.dat"});
     }
 
+    // The copy handed to the engine holds the data lines exactly as the original has them.
+    void headerFreeCopy_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("contents");
+        QTest::addColumn<QString>("copy");
+        QTest::addColumn<QString>("names");
+        QTest::newRow("BOM, CR LF") << "a.b.csv" << QByteArray("\xEF\xBB\xBFx;y\r\n1;2\r\n3;4")
+                                    << "a.b-noheader.csv" << "x y";
+        QTest::newRow("blank lines first, no suffix")
+            << "survey" << QByteArray("\n\n  x\ty\n\n1\t2\n") << "survey-noheader" << "x y";
+    }
+    void headerFreeCopy()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, contents);
+        QFETCH(QString, copy);
+        QFETCH(QString, names);
+        const QString path = write(contents, name);
+        CImport control;
+        QSignalSpy handed(&control, &CImport::do_import);
+        QVERIFY(control.open(path));
+        SeenBox prompt;
+        ModalAnswerer answer(clickBox(QMessageBox::Yes, &prompt));
+        QVERIFY(control.createScript(nullptr));
+        QCOMPARE(CImport::headerFreeName(path), m_dir.filePath(copy));
+        QCOMPARE(handed.at(0).at(0).toString(), QDir::toNativeSeparators(m_dir.filePath(copy)));
+        QCOMPARE(handed.at(0).at(1).toString(), names);
+        QCOMPARE(handed.at(0).at(2).toString(), QStringLiteral("-99"));
+        QCOMPARE(readAll(path), contents);
+        QCOMPARE(readAll(m_dir.filePath(copy)), contents.mid(contents.indexOf("\n1") + 1));
+    }
+
     // From the Import Data action to a script the engine runs: open a file with a header,
     // rename a column, choose the missing code, create the script and run it.
     void importWindowEndToEnd()
