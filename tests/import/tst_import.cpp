@@ -1,6 +1,8 @@
 #include "testmain.h"
 
 #include "app/mainwindow.h"
+#include "config/csettings.h"
+#include "config/msettings.h"
 #include "editor/wsyntaxeditor.h"
 #include "import/cimport.h"
 #include "import/datainspector.h"
@@ -175,6 +177,30 @@ private Q_SLOTS:
         QVERIFY2(problem.isEmpty() ? control.problem().isEmpty()
                                    : control.problem().startsWith(problem),
                  qPrintable(control.problem()));
+    }
+
+    // The stored missing-value code counts only while the import settings are switched on.
+    void missingCodeFollowsSettings_data()
+    {
+        QTest::addColumn<bool>("enabled");
+        QTest::addColumn<QString>("code");
+        QTest::newRow("import settings on") << true << "-9";
+        QTest::newRow("import settings off") << false << "-99";
+    }
+    void missingCodeFollowsSettings()
+    {
+        QFETCH(bool, enabled);
+        QFETCH(QString, code);
+        MSettings::instance().setImportSettingsEnabled(enabled);
+        CSettings::instance().setMissingValue(-9);
+        CSettings::instance().loadSettings();
+        const auto restore = qScopeGuard([] {
+            MSettings::instance().setImportSettingsEnabled(false);
+            CSettings::instance().loadSettings();
+        });
+        CImport control;
+        QVERIFY(control.open(write("1,-9\n2,3\n")));
+        QCOMPARE(control.missingCode(), code);
     }
 
     // The table shows rows while the file is still being read, and every row can be reached.
