@@ -38,7 +38,7 @@ DataSet DataSet::parse(const std::string &content, const std::string &name,
         ++lineNumber;
         if (lineNumber == 1 && line.compare(0, 3, "\xEF\xBB\xBF") == 0)
             line.erase(0, 3);
-        const auto fields = Text::tokens(line, " \t\r,");
+        const auto fields = Text::tokens(line, " \t\r,;");
         if (fields.empty())
             continue;
         if (data.nColumns == 0)

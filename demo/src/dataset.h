@@ -5,7 +5,8 @@
 #include <string>
 #include <vector>
 
-// A data file as read: one row per line, numbers separated by blanks, tabs or commas, no header.
+// A data file as read: one row per line, numbers separated by blanks, tabs, commas or
+// semicolons, no header.
 // The original texts are kept so that saved imputed data sets show observed values unchanged.
 class DataSet
 {

@@ -95,6 +95,10 @@ Script Script::parse(const std::string &text, const std::string &name,
     script.folder = folder;
     std::set<std::string> seen;
     for (const Command &command : split(text, name)) {
+        // A new script starts as a list of empty commands to fill in; those left empty say
+        // nothing, so the defaults apply.
+        if (command.value.empty())
+            continue;
         static const std::set<std::string> knownWords {"DATA",  "VARIABLES", "MISSING",    "MODEL",
                                                        "SEED",  "BURN",      "ITERATIONS", "CHAINS",
                                                        "CHAIN", "NIMPS"};

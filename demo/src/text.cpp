@@ -75,8 +75,10 @@ bool Text::isName(std::string_view text)
 {
     if (text.empty())
         return false;
+    // Bytes of UTF-8 sequences count as letters, so names such as "größe" are accepted.
     auto letter = [](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'
+            || static_cast<unsigned char>(c) >= 0x80;
     };
     if (!letter(text[0]))
         return false;

@@ -20,7 +20,8 @@ public:
     static bool equalNoCase(std::string_view a, std::string_view b);
     // Splits at runs of any of the separator characters; empty pieces are dropped.
     static std::vector<std::string> tokens(std::string_view text, std::string_view separators);
-    // A variable name: a letter or "_" first, then letters, digits, "_" or ".".
+    // A variable name: a letter or "_" first, then letters, digits, "_" or "."; letters include
+    // any non-ASCII UTF-8 character.
     static bool isName(std::string_view text);
     static bool parseInteger(std::string_view text, long long &value);
     static bool parseUnsigned(std::string_view text, unsigned long long &value);

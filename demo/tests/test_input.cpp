@@ -60,6 +60,19 @@ DEMO_TEST(script, interceptOnlyModelAndDefaults)
     CHECK(!s.seedGiven);
 }
 
+// A script made from the new-script template keeps the commands nobody filled in.
+DEMO_TEST(script, emptyCommandsAndUtf8Names)
+{
+    const Script s = Script::parse("DATA: d.dat;\nVARIABLES: größe x;\nMISSING: ;\nSEED: ;\n"
+                                   "MODEL: größe ~ x;\nORDINAL: ;\n",
+                                   "t.imp", ".");
+    CHECK(s.variables == (std::vector<std::string> {"größe", "x"}));
+    CHECK_EQ(s.outcome, std::string("größe"));
+    CHECK(!s.hasMissingCode);
+    CHECK(!s.seedGiven);
+    CHECK(s.warnings.empty());
+}
+
 DEMO_TEST(script, mistakesNameProblemAndLine)
 {
     for (const auto &c : harness::table("scriptmistakes.txt")) {
@@ -85,6 +98,7 @@ DEMO_TEST(data, readsSeparatorsAndMissingCodes)
         {"blank lines skipped", "\n1 2 3\n\n4 5 6\n\n", "", 0},
         {"numeric code matches numerically", "1 -99 3\n-99.0 5 6\n", "-99", 2},
         {"text code", "1 . 3\n4 5 .\n", ".", 2},
+        {"semicolons, as the importer may pass them", "1;2;3\r\n4; NA ;6\r\n", "NA", 1},
     };
     for (const auto &c : cases) {
         harness::Row row(c.name);

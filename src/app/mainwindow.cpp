@@ -6,6 +6,7 @@
 #include "config/vsettings.h"
 #include "editor/wsyntaxeditor.h"
 #include "examplecatalog.h"
+#include "import/vimport.h"
 #include "singleinstance.h"
 #include "studioinfo.h"
 #include "update/updatecheck.h"
@@ -45,9 +46,21 @@ MainWindow::MainWindow(QWidget *parent)
     , ui(new Ui::MainWindow)
 {
     ui->setupUi(this);
-    // The import screen arrives later; until then its action stays out of sight rather than
-    // doing nothing.
-    ui->actionImport->setVisible(false);
+    // One import window, kept once made; each script it creates is a new document.
+    connect(ui->actionImport, &QAction::triggered, this, [this] {
+        auto *importer = findChild<VImport *>();
+        if (!importer) {
+            importer = new VImport(this);
+            connect(importer, &VImport::do_import, this,
+                    [this](const QString &vFile, const QString &vNames, const QString &vMissing) {
+                        on_new();
+                        documents().constLast()->on_import(vFile, vNames, vMissing);
+                    });
+        }
+        importer->show();
+        importer->raise();
+        importer->activateWindow();
+    });
 
     CSettings &settings = CSettings::instance();
     connect(&settings, &CSettings::notifyTovrelCheckFailed, this,
