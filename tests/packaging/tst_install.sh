@@ -8,8 +8,11 @@ build="$1" version="$2" app_id="$3"
 source "$(dirname "$0")/common.sh"
 
 prefix="$work/prefix"
-cmake --install "$build" --prefix "$prefix" > "$work/install.log" 2>&1 \
-    || { cat "$work/install.log"; fail "cmake --install failed"; }
+# Twice: installing over an earlier install replaces its links without touching their targets.
+for _ in 1 2; do
+    cmake --install "$build" --prefix "$prefix" > "$work/install.log" 2>&1 \
+        || { cat "$work/install.log"; fail "cmake --install failed"; }
+done
 private="$prefix/lib/tovrel-studio"
 example_dir="$private/User Guide Examples/2.1-Linear Regression"
 
