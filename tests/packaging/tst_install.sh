@@ -5,6 +5,7 @@
 # files passing their validators.
 #   tst_install.sh <build folder> <version> <application id>
 build="$1" version="$2" app_id="$3"
+# shellcheck source=tests/packaging/common.sh
 source "$(dirname "$0")/common.sh"
 
 prefix="$work/prefix"

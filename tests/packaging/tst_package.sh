@@ -4,6 +4,7 @@
 # unpacked studio answering --version.
 #   tst_package.sh <build folder> <version> <application id>
 build="$1" version="$2" app_id="$3"
+# shellcheck source=tests/packaging/common.sh
 source "$(dirname "$0")/common.sh"
 
 cpack -G DEB --config "$build/CPackConfig.cmake" -B "$work" > "$work/cpack.log" 2>&1 \
