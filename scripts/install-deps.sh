@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages the studio needs to build, test and run, only those missing.
+# With --test it adds the tools the test suite checks the installed studio and its package with.
 set -euo pipefail
 
 packages=(
@@ -8,6 +9,9 @@ packages=(
     gnuplot-nox
     xvfb xauth
 )
+if [ "${1:-}" = "--test" ]; then
+    packages+=(desktop-file-utils appstream shared-mime-info dpkg-dev)
+fi
 
 missing=()
 for package in "${packages[@]}"; do

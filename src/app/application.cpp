@@ -1,10 +1,15 @@
 #include "application.h"
 
 #include <QFileOpenEvent>
+#include <QIcon>
 
 Application::Application(int &argc, char **argv)
     : QApplication(argc, argv)
-{ }
+{
+    // Lets the desktop match the windows to the installed menu entry and its icon.
+    setDesktopFileName(QStringLiteral(TOVREL_APP_ID));
+    setWindowIcon(QIcon(QStringLiteral(":/images/iAPP")));
+}
 
 bool Application::event(QEvent *e)
 {

@@ -3,8 +3,11 @@
 #include <QCollator>
 #include <QCoreApplication>
 #include <QDir>
+#include <QDirIterator>
+#include <QFile>
 #include <QFileInfo>
 #include <QLocale>
+#include <QStandardPaths>
 
 #include <algorithm>
 
@@ -89,4 +92,37 @@ QString ExampleCatalog::scriptOf(const QString &vFolderName) const
     const QStringList scripts
         = example.entryList({QStringLiteral("*.imp")}, QDir::Files, QDir::Name);
     return scripts.isEmpty() ? QString() : example.filePath(scripts.first());
+}
+
+QString ExampleCatalog::runnableScriptOf(const QString &vFolderName) const
+{
+    const QString script = scriptOf(vFolderName);
+    if (script.isEmpty() || QFileInfo(QFileInfo(script).absolutePath()).isWritable())
+        return script;
+    const QString copy = copyTo(vFolderName, userCopyFolder());
+    return copy.isEmpty() ? script : copy;
+}
+
+QString ExampleCatalog::copyTo(const QString &vFolderName, const QString &vRoot) const
+{
+    const QDir source(QDir(m_folder).filePath(vFolderName));
+    const QDir target(QDir(vRoot).filePath(vFolderName));
+    QDirIterator files(source.path(), QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString from = files.next();
+        const QString to = target.filePath(source.relativeFilePath(from));
+        if (QFileInfo::exists(to))
+            continue;
+        if (!QDir().mkpath(QFileInfo(to).absolutePath()) || !QFile::copy(from, to))
+            return {};
+        // Copies of read-only files stay editable.
+        QFile::setPermissions(to, QFile::permissions(to) | QFile::ReadOwner | QFile::WriteOwner);
+    }
+    return ExampleCatalog(vRoot).scriptOf(vFolderName);
+}
+
+QString ExampleCatalog::userCopyFolder()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
+        + QStringLiteral("/User Guide Examples");
 }

@@ -37,6 +37,16 @@ public:
     bool hasExample(const QString &vFolderName) const;
     // The example's first script (".imp") by name, or empty when it has none.
     QString scriptOf(const QString &vFolderName) const;
+    // The script to open for an example. A run writes its output beside the script, and an
+    // installed studio's examples are read-only, so an example whose folder cannot be written to
+    // is opened from the user's own copy (copyTo under userCopyFolder()); if that copy fails, the
+    // example's own script.
+    QString runnableScriptOf(const QString &vFolderName) const;
+    // Copies the example into vRoot/<folder name>, keeping files already there (the user's edits),
+    // and returns the copy's first script; empty when nothing could be copied.
+    QString copyTo(const QString &vFolderName, const QString &vRoot) const;
+    // "User Guide Examples" in the user's own data folder.
+    static QString userCopyFolder();
 
 private:
     QString m_folder;

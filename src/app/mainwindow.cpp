@@ -498,7 +498,7 @@ void MainWindow::openExample()
                                              "have been downloaded in the updater."));
         return;
     }
-    const QString script = catalog.scriptOf(name);
+    const QString script = catalog.runnableScriptOf(name);
     if (script.isEmpty()) {
         QMessageBox::critical(this, QStringLiteral("Error!"),
                               tr("The example \"%1\" holds no script.").arg(name));
