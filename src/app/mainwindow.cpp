@@ -85,6 +85,9 @@ MainWindow::~MainWindow()
     // The documents go with the window's widgets, after the form: from now on they must not
     // call back into it.
     m_tearingDown = true;
+    const QList<QObject *> parts = findChildren<QObject *>();
+    for (QObject *part : parts)
+        disconnect(part, nullptr, this, nullptr);
     delete ui;
     ui = nullptr;
 }
