@@ -1,4 +1,3 @@
-#include "../workspace/testfiles.h"
 #include "app/mainwindow.h"
 #include "app/studioinfo.h"
 #include "config/csettings.h"
@@ -6,6 +5,7 @@
 #include "config/vsettings.h"
 #include "editor/wsyntaxeditor.h"
 #include "modalanswerer.h"
+#include "testfiles.h"
 #include "testmain.h"
 #include "workspace/workspace.h"
 
