@@ -7,9 +7,9 @@
 //
 // writes docs/mainwindow-light.png, docs/mainwindow-dark.png and docs/preferences.png.
 
-#include "darkpalette.h"
 #include "testmain.h"
 
+#include "app/darkstyle.h"
 #include "app/mainwindow.h"
 #include "config/csettings.h"
 #include "config/vsettings.h"
@@ -81,14 +81,21 @@ int main(int argc, char *argv[])
     const QStringList scripts {work.filePath(QStringLiteral("linear_regression.imp")),
                                work.filePath(QStringLiteral("slow_convergence.imp"))};
     const QPalette light = QApplication::style()->standardPalette();
-    bool ok = shoot(folder.filePath(QStringLiteral("mainwindow-light.png")), light, false, scripts)
-        && shoot(folder.filePath(QStringLiteral("mainwindow-dark.png")), darkPalette(), true,
+    bool ok = shoot(folder.filePath(QStringLiteral("mainwindow-light.png")), light, false, scripts);
+    {
+        VSettings preferences;
+        preferences.resize(760, 520);
+        preferences.show();
+        QTest::qWait(100);
+        ok = ok && save(preferences, folder.filePath(QStringLiteral("preferences.png")));
+    }
+    // The dark picture goes through the studio's own dark style, as start-up installs it.
+    auto *dark = new DarkStyle;
+    QApplication::setStyle(dark);
+    QPalette darkPalette = dark->standardPalette();
+    dark->polish(darkPalette);
+    ok = ok
+        && shoot(folder.filePath(QStringLiteral("mainwindow-dark.png")), darkPalette, true,
                  scripts);
-    QApplication::setPalette(light);
-    VSettings preferences;
-    preferences.resize(760, 520);
-    preferences.show();
-    QTest::qWait(100);
-    ok = ok && save(preferences, folder.filePath(QStringLiteral("preferences.png")));
     return ok ? 0 : 1;
 }
