@@ -145,9 +145,16 @@ QMdiSubWindow *MainWindow::addDocument(Workspace *vDocument)
     connect(vDocument, &QWidget::windowTitleChanged, this, &MainWindow::rebuildTabMenu);
     connect(vDocument->editor()->document(), &QTextDocument::modificationChanged, this,
             &MainWindow::rebuildTabMenu);
+    // A sub-window being destroyed is still in the area's list, no longer as a sub-window:
+    // look at the list once it has gone.
     connect(sub, &QObject::destroyed, this, [this] {
-        if (!m_tearingDown && !activeDocument())
-            updateButtons(nullptr);
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                if (!m_tearingDown && !activeDocument())
+                    updateButtons(nullptr);
+            },
+            Qt::QueuedConnection);
     });
     return sub;
 }
