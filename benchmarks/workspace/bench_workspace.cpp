@@ -241,6 +241,7 @@ int ten(const QDir &vDir)
         = bin + QStringLiteral("/User Guide Examples/1.1-Potential Scale Reduction");
     CSettings::instance().setCommandLineToolName(bin + QStringLiteral("/tovrel"));
     QMdiArea area;
+    area.setViewMode(QMdiArea::TabbedView);
     area.resize(1280, 800);
     area.show();
     std::vector<std::unique_ptr<Workspace>> documents;
