@@ -9,6 +9,7 @@
 #include "editor/wlisteditor.h"
 #include "editor/wsyntaxeditor.h"
 #include "editor/wtextfinder.h"
+#include "screenshots.h"
 #include "testmain.h"
 
 #include <QCheckBox>
@@ -23,8 +24,6 @@
 #include <QToolBar>
 #include <QTreeWidget>
 #include <QVBoxLayout>
-
-#include <cstdio>
 
 namespace {
 
@@ -85,12 +84,11 @@ QWidget *optionsPanel(QWidget *vParent)
 
 int main(int argc, char *argv[])
 {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("DISPLAY"))
-        qputenv("QT_QPA_PLATFORM", "xcb");
+    drawOnTheDisplay();
     TestEnvironment environment;
     QApplication app(argc, argv);
     QApplication::setStyle(new DarkStyle);
-    const QDir folder(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("."));
+    const QDir folder = shotFolder(argc, argv);
 
     QMainWindow window;
     window.setWindowTitle(QStringLiteral("Tovrel Studio"));
@@ -133,8 +131,5 @@ int main(int argc, char *argv[])
     finder->findNext();
     QTest::qWait(200);
 
-    const QString file = folder.filePath("dark-style.png");
-    const bool saved = window.grab().save(file);
-    std::printf("%s %s\n", qPrintable(file), saved ? "written" : "NOT written");
-    return saved ? 0 : 1;
+    return saveShot(window, folder.filePath("dark-style.png")) ? 0 : 1;
 }

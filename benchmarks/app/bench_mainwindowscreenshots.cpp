@@ -7,6 +7,7 @@
 //
 // writes docs/mainwindow-light.png, docs/mainwindow-dark.png and docs/preferences.png.
 
+#include "screenshots.h"
 #include "testmain.h"
 
 #include "app/darkstyle.h"
@@ -20,16 +21,7 @@
 #include <QStyle>
 #include <QStyleFactory>
 
-#include <cstdio>
-
 namespace {
-
-bool save(QWidget &vWidget, const QString &vFile)
-{
-    const bool saved = vWidget.grab().save(vFile);
-    std::printf("%-40s %s\n", qPrintable(vFile), saved ? "written" : "NOT written");
-    return saved;
-}
 
 bool shoot(const QString &vFile, const QPalette &vPalette, bool vDark, const QStringList &vScripts)
 {
@@ -47,20 +39,18 @@ bool shoot(const QString &vFile, const QPalette &vPalette, bool vDark, const QSt
     if (!plotted.wait(60000))
         return false;
     QTest::qWait(300);
-    return save(window, vFile);
+    return saveShot(window, vFile);
 }
 
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    // Under a virtual X server draw through it, as the studio does on a desktop.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("DISPLAY"))
-        qputenv("QT_QPA_PLATFORM", "xcb");
+    drawOnTheDisplay();
     TestEnvironment environment;
     QApplication app(argc, argv);
     QApplication::setStyle(QStyleFactory::create("Fusion"));
-    const QDir folder(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("."));
+    const QDir folder = shotFolder(argc, argv);
     const QString bin = QCoreApplication::applicationDirPath() + QStringLiteral("/../bin");
     const QString examples = bin + QStringLiteral("/User Guide Examples/");
     QTemporaryDir work;
@@ -87,7 +77,7 @@ int main(int argc, char *argv[])
         preferences.resize(760, 520);
         preferences.show();
         QTest::qWait(100);
-        ok = ok && save(preferences, folder.filePath(QStringLiteral("preferences.png")));
+        ok = ok && saveShot(preferences, folder.filePath(QStringLiteral("preferences.png")));
     }
     // The dark picture goes through the studio's own dark style, as start-up installs it.
     auto *dark = new DarkStyle;

@@ -9,6 +9,7 @@
 #include "editor/wsyntaxeditor.h"
 #include "editor/wtextfinder.h"
 #include "darkpalette.h"
+#include "screenshots.h"
 #include "testmain.h"
 
 #include <QDir>
@@ -81,13 +82,11 @@ bool shoot(const QString &vFile, const QPalette &vPalette)
 
 int main(int argc, char *argv[])
 {
-    // Under a virtual X server draw through it, as the studio does on a desktop.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("DISPLAY"))
-        qputenv("QT_QPA_PLATFORM", "xcb");
+    drawOnTheDisplay();
     TestEnvironment environment;
     QApplication app(argc, argv);
     QApplication::setStyle(QStyleFactory::create("Fusion"));
-    const QDir folder(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("."));
+    const QDir folder = shotFolder(argc, argv);
     const QPalette light = QApplication::style()->standardPalette();
     const bool ok = shoot(folder.filePath("editor-light.png"), light)
         && shoot(folder.filePath("editor-dark.png"), darkPalette());

@@ -7,6 +7,7 @@
 // writes docs/document-light.png and docs/document-dark.png.
 
 #include "darkpalette.h"
+#include "screenshots.h"
 #include "testmain.h"
 
 #include "config/csettings.h"
@@ -15,8 +16,6 @@
 #include <QSignalSpy>
 #include <QStyle>
 #include <QStyleFactory>
-
-#include <cstdio>
 
 namespace {
 
@@ -41,22 +40,18 @@ bool shoot(const QString &vFile, const QPalette &vPalette, bool vDark, const QSt
     if (!plotted.wait(60000))
         return false;
     QTest::qWait(300);
-    const bool saved = document.grab().save(vFile);
-    std::printf("%-40s %s\n", qPrintable(vFile), saved ? "written" : "NOT written");
-    return saved;
+    return saveShot(document, vFile);
 }
 
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    // Under a virtual X server draw through it, as the studio does on a desktop.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("DISPLAY"))
-        qputenv("QT_QPA_PLATFORM", "xcb");
+    drawOnTheDisplay();
     TestEnvironment environment;
     QApplication app(argc, argv);
     QApplication::setStyle(QStyleFactory::create("Fusion"));
-    const QDir folder(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("."));
+    const QDir folder = shotFolder(argc, argv);
     const QString bin = QCoreApplication::applicationDirPath() + QStringLiteral("/../bin");
     const QString chapter
         = bin + QStringLiteral("/User Guide Examples/1.1-Potential Scale Reduction");
