@@ -8,6 +8,7 @@
 #include "examplecatalog.h"
 #include "import/vimport.h"
 #include "singleinstance.h"
+#include "studioextras.h"
 #include "studioinfo.h"
 #include "update/updatecheck.h"
 #include "ui_mainwindow.h"
@@ -46,6 +47,7 @@ MainWindow::MainWindow(QWidget *parent)
     , ui(new Ui::MainWindow)
 {
     ui->setupUi(this);
+    m_extras = new StudioExtras(this);
     // One import window, kept once made; each script it creates is a new document.
     connect(ui->actionImport, &QAction::triggered, this, [this] {
         auto *importer = findChild<VImport *>();
@@ -138,6 +140,7 @@ QMdiSubWindow *MainWindow::addDocument(Workspace *vDocument)
 {
     vDocument->setDocumentNumber(++m_documentCount);
     QMdiSubWindow *sub = ui->mdiArea->addSubWindow(vDocument);
+    m_extras->watch(vDocument);
     // The tab follows the document's title, and "Go to tab..." with it.
     connect(vDocument, &QWidget::windowTitleChanged, this, &MainWindow::rebuildTabMenu);
     connect(vDocument->editor()->document(), &QTextDocument::modificationChanged, this,
