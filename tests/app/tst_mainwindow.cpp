@@ -1,4 +1,4 @@
-#include "../workspace/testfiles.h"
+#include "testfiles.h"
 #include "app/mainwindow.h"
 #include "app/studioinfo.h"
 #include "config/csettings.h"
