@@ -8,9 +8,12 @@
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextEdit>
+#include <QTextLayout>
 
 namespace {
 constexpr int kPadding = 6;
+// Between the numbers and the text.
+constexpr int kGap = 10;
 constexpr int kMinimumDigits = 3;
 } // namespace
 
@@ -29,7 +32,7 @@ int WLineNumberArea::neededWidth() const
 {
     const int digits
         = qMax(kMinimumDigits, int(QString::number(m_editor->document()->blockCount()).size()));
-    return 2 * kPadding + digits * QFontMetrics(m_editor->font()).horizontalAdvance(QLatin1Char('9'));
+    return kPadding + kGap + digits * QFontMetrics(m_editor->font()).horizontalAdvance(QLatin1Char('9'));
 }
 
 int WLineNumberArea::firstVisibleLine() const
@@ -61,25 +64,29 @@ void WLineNumberArea::paintEvent(QPaintEvent *vEvent)
     QAbstractTextDocumentLayout *layout = document->documentLayout();
     const qreal scroll = m_editor->verticalScrollBar()->value();
     const int current = m_editor->textCursor().blockNumber();
-    const int lineHeight = QFontMetrics(m_editor->font()).height();
-    const QColor plain = m_numberColour.isValid() ? m_numberColour
-                                                  : m_editor->palette().color(QPalette::PlaceholderText);
+    const QFontMetrics plainMetrics(m_editor->font());
+    const QFontMetrics boldMetrics(bold);
+    const QColor plain = m_numberColour.isValid()
+        ? m_numberColour
+        : m_editor->palette().color(QPalette::PlaceholderText);
     for (QTextBlock block = document->findBlockByNumber(firstVisibleLine() - 1); block.isValid();
          block = block.next()) {
         const QRectF box = layout->blockBoundingRect(block).translated(0, -scroll);
         if (box.top() > vEvent->rect().bottom())
             break;
-        const QRect row(0, int(box.top()), width() - kPadding, int(box.height()));
         const bool isCurrent = block.blockNumber() == current;
-        if (isCurrent) {
-            painter.fillRect(QRect(0, row.top(), width(), row.height()), m_currentBackground);
-            painter.setFont(bold);
-            painter.setPen(m_editor->palette().color(QPalette::Text));
-        } else {
-            painter.setFont(m_editor->font());
-            painter.setPen(plain);
-        }
-        painter.drawText(QRect(0, row.top(), row.width(), lineHeight), Qt::AlignRight | Qt::AlignVCenter,
-                         QString::number(block.blockNumber() + 1));
+        if (isCurrent)
+            painter.fillRect(QRectF(0, box.top(), width(), box.height()), m_currentBackground);
+        painter.setFont(isCurrent ? bold : m_editor->font());
+        painter.setPen(isCurrent ? m_editor->palette().color(QPalette::Text) : plain);
+        // On the baseline of the line's text, so numbers and text line up whatever the line
+        // height.
+        const QTextLine first = block.layout()->lineCount() > 0 ? block.layout()->lineAt(0)
+                                                                : QTextLine();
+        const qreal baseline = box.top()
+            + (first.isValid() ? first.y() + first.ascent() : plainMetrics.ascent());
+        const QString number = QString::number(block.blockNumber() + 1);
+        const int advance = (isCurrent ? boldMetrics : plainMetrics).horizontalAdvance(number);
+        painter.drawText(QPointF(width() - kGap - advance, baseline), number);
     }
 }
