@@ -84,9 +84,10 @@ MainWindow::MainWindow(QWidget *parent)
 
 MainWindow::~MainWindow()
 {
-    // The documents go with the window's widgets, after the form: from now on they must not
-    // call back into it.
     m_tearingDown = true;
+    // The documents go first, while this window is still whole: their last signals (and the
+    // area's last activation) then find it tearing down instead of half destroyed.
+    delete ui->mdiArea;
     delete ui;
     ui = nullptr;
 }
