@@ -146,10 +146,14 @@ QMdiSubWindow *MainWindow::addDocument(Workspace *vDocument)
     connect(vDocument, &QWidget::windowTitleChanged, this, &MainWindow::rebuildTabMenu);
     connect(vDocument->editor()->document(), &QTextDocument::modificationChanged, this,
             &MainWindow::rebuildTabMenu);
-    connect(sub, &QObject::destroyed, this, [this] {
-        if (!m_tearingDown && !activeDocument())
-            updateButtons(nullptr);
-    });
+    // Queued: while the sub-window is being destroyed the area still lists it.
+    connect(
+        sub, &QObject::destroyed, this,
+        [this] {
+            if (!m_tearingDown && !activeDocument())
+                updateButtons(nullptr);
+        },
+        Qt::QueuedConnection);
     return sub;
 }
 
