@@ -71,7 +71,9 @@ StudioExtras::StudioExtras(MainWindow *vWindow)
 
 void StudioExtras::watch(Workspace *vDocument)
 {
-    auto note = [this, vDocument] { remember(vDocument->filePath()); };
+    auto note = [this, vDocument] {
+        remember(vDocument->filePath());
+    };
     connect(vDocument, &Workspace::did_read, this, note);
     connect(vDocument, &Workspace::did_save, this, note);
 }

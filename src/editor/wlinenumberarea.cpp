@@ -32,7 +32,8 @@ int WLineNumberArea::neededWidth() const
 {
     const int digits
         = qMax(kMinimumDigits, int(QString::number(m_editor->document()->blockCount()).size()));
-    return kPadding + kGap + digits * QFontMetrics(m_editor->font()).horizontalAdvance(QLatin1Char('9'));
+    return kPadding + kGap
+        + digits * QFontMetrics(m_editor->font()).horizontalAdvance(QLatin1Char('9'));
 }
 
 int WLineNumberArea::firstVisibleLine() const
@@ -81,10 +82,10 @@ void WLineNumberArea::paintEvent(QPaintEvent *vEvent)
         painter.setPen(isCurrent ? m_editor->palette().color(QPalette::Text) : plain);
         // On the baseline of the line's text, so numbers and text line up whatever the line
         // height.
-        const QTextLine first = block.layout()->lineCount() > 0 ? block.layout()->lineAt(0)
-                                                                : QTextLine();
-        const qreal baseline = box.top()
-            + (first.isValid() ? first.y() + first.ascent() : plainMetrics.ascent());
+        const QTextLine first
+            = block.layout()->lineCount() > 0 ? block.layout()->lineAt(0) : QTextLine();
+        const qreal baseline
+            = box.top() + (first.isValid() ? first.y() + first.ascent() : plainMetrics.ascent());
         const QString number = QString::number(block.blockNumber() + 1);
         const int advance = (isCurrent ? boldMetrics : plainMetrics).horizontalAdvance(number);
         painter.drawText(QPointF(width() - kGap - advance, baseline), number);

@@ -14,7 +14,8 @@ class WLineNumberArea : public QWidget
 {
     Q_OBJECT
 public:
-    WLineNumberArea(QTextEdit *vEditor, const QColor &vNumberColour, const QColor &vCurrentBackground);
+    WLineNumberArea(QTextEdit *vEditor, const QColor &vNumberColour,
+                    const QColor &vCurrentBackground);
 
     // Width for the widest line number of the document, in the edit's current font.
     int neededWidth() const;

@@ -73,11 +73,13 @@ WSyntaxEditor::WSyntaxEditor(QWidget *parent)
 
     m_commentMarker = CSettings::instance().comment();
 
-    m_lineNumbers = new WLineNumberArea(this, scheme.value(QStringLiteral("comment")).value<QColor>(),
-                                        m_lineHighlightColour);
+    m_lineNumbers = new WLineNumberArea(
+        this, scheme.value(QStringLiteral("comment")).value<QColor>(), m_lineHighlightColour);
     // Only a change of digit count moves the text; everything else is a repaint of the strip.
     connect(document(), &QTextDocument::blockCountChanged, this, &WSyntaxEditor::placeLineNumbers);
-    auto repaint = [this] { m_lineNumbers->update(); };
+    auto repaint = [this] {
+        m_lineNumbers->update();
+    };
     connect(verticalScrollBar(), &QScrollBar::valueChanged, m_lineNumbers, repaint);
     connect(this, &QTextEdit::cursorPositionChanged, m_lineNumbers, repaint);
     connect(document(), &QTextDocument::contentsChanged, m_lineNumbers, repaint);

@@ -22,7 +22,8 @@ const QRegularExpression &expression()
 // Output lines that cannot hold a link are by far the most common; skip them cheaply.
 bool mayHoldLink(const QString &vText)
 {
-    return vText.contains(QLatin1String("script '")) || vText.startsWith(QLatin1String("WARNING: Line"));
+    return vText.contains(QLatin1String("script '"))
+        || vText.startsWith(QLatin1String("WARNING: Line"));
 }
 } // namespace
 

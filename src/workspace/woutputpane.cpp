@@ -143,8 +143,9 @@ void WOutputPane::mouseMoveEvent(QMouseEvent *vEvent)
 {
     QPlainTextEdit::mouseMoveEvent(vEvent);
     if (vEvent->buttons() == Qt::NoButton)
-        viewport()->setCursor(scriptLineAt(vEvent->position().toPoint()) > 0 ? Qt::PointingHandCursor
-                                                                            : Qt::IBeamCursor);
+        viewport()->setCursor(scriptLineAt(vEvent->position().toPoint()) > 0
+                                  ? Qt::PointingHandCursor
+                                  : Qt::IBeamCursor);
 }
 
 void WOutputPane::mouseReleaseEvent(QMouseEvent *vEvent)

@@ -8,9 +8,9 @@
 #include "modalanswerer.h"
 #include "testfiles.h"
 #include "testmain.h"
+#include "workspace/outputhighlighter.h"
 #include "workspace/scriptlinelinks.h"
 #include "workspace/workspace.h"
-#include "workspace/outputhighlighter.h"
 #include "workspace/woutputpane.h"
 
 #include <QAbstractTextDocumentLayout>
@@ -72,14 +72,18 @@ private Q_SLOTS:
     {
         QTest::addColumn<QStringList>("steps");
         QTest::addColumn<QStringList>("expected");
-        QTest::newRow("most recent first") << QStringList{"+a", "+b", "+c"} << QStringList{"c", "b", "a"};
-        QTest::newRow("again moves to the front") << QStringList{"+a", "+b", "+a"} << QStringList{"a", "b"};
+        QTest::newRow("most recent first")
+            << QStringList {"+a", "+b", "+c"} << QStringList {"c", "b", "a"};
+        QTest::newRow("again moves to the front")
+            << QStringList {"+a", "+b", "+a"} << QStringList {"a", "b"};
         QTest::newRow("case does not make a new entry")
-            << QStringList{"+a", "+b", "+A"} << QStringList{"A", "b"};
+            << QStringList {"+a", "+b", "+A"} << QStringList {"A", "b"};
         QTest::newRow("ten kept, the oldest dropped")
-            << QStringList{"*12"} << QStringList{"12", "11", "10", "9", "8", "7", "6", "5", "4", "3"};
-        QTest::newRow("a vanished file pruned") << QStringList{"+a", "+b", "+c", "-b"} << QStringList{"c", "a"};
-        QTest::newRow("blank ignored") << QStringList{"+a", "+ "} << QStringList{"a"};
+            << QStringList {"*12"}
+            << QStringList {"12", "11", "10", "9", "8", "7", "6", "5", "4", "3"};
+        QTest::newRow("a vanished file pruned")
+            << QStringList {"+a", "+b", "+c", "-b"} << QStringList {"c", "a"};
+        QTest::newRow("blank ignored") << QStringList {"+a", "+ "} << QStringList {"a"};
     }
     void recentList()
     {
@@ -218,8 +222,8 @@ private Q_SLOTS:
         QTest::addColumn<int>("start");
         QTest::addColumn<int>("line");
         QTest::newRow("problem in a script") << "ERROR: script 'm.imp', line 12: oops" << 7 << 12;
-        QTest::newRow("command that led to the data") << "ERROR: data file 'd', line 9: bad (DATA on line 2 of script 'm')"
-                                                   << 42 << 2;
+        QTest::newRow("command that led to the data")
+            << "ERROR: data file 'd', line 9: bad (DATA on line 2 of script 'm')" << 42 << 2;
         QTest::newRow("warning") << "WARNING: Line 4: SEED is given more than once" << 9 << 4;
         QTest::newRow("data line alone") << "ERROR: data file 'd', line 9: bad" << -1 << 0;
     }
