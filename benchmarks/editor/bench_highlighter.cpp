@@ -152,14 +152,33 @@ int main(int argc, char *argv[])
     editor.setTextCursor(cursor);
     editor.ensureCursorVisible();
     QCoreApplication::processEvents();
-    QList<double> typing;
-    for (int stroke = 0; stroke < kKeystrokes; ++stroke) {
-        typing.append(timeMs([&] {
-            QTest::keyClick(&editor, stroke % 2 ? Qt::Key_Backspace : Qt::Key_X);
-            QCoreApplication::processEvents();
-        }));
+    // Typing with and without the line-number gutter, interleaved so both meet the same
+    // machine load: a character (a repaint of the gutter) and a line break (the line count
+    // changes, so the gutter checks its width).
+    auto typingMs = [&](bool vGutter, Qt::Key vKey) {
+        editor.setLineNumbersVisible(vGutter);
+        QCoreApplication::processEvents();
+        QList<double> times;
+        for (int stroke = 0; stroke < kKeystrokes; ++stroke)
+            times.append(timeMs([&] {
+                QTest::keyClick(&editor, stroke % 2 ? Qt::Key_Backspace : vKey);
+                QCoreApplication::processEvents();
+            }));
+        return times;
+    };
+    QList<double> typing, typingBare, lines, linesBare;
+    typingMs(false, Qt::Key_X); // warm-up, not counted
+    for (int round = 0; round < 3; ++round) {
+        typing += typingMs(true, Qt::Key_X);
+        typingBare += typingMs(false, Qt::Key_X);
+        lines += typingMs(true, Qt::Key_Return);
+        linesBare += typingMs(false, Qt::Key_Return);
     }
     report("type one character on line 5,000 (with repaint events)", median(typing));
+    report("  the same without line numbers", median(typingBare));
+    report("Return / Backspace on line 5,000, line numbers shown", median(lines));
+    report("  the same without line numbers", median(linesBare));
+    editor.setLineNumbersVisible(true);
 
     QList<double> indenting;
     for (int run = 0; run < kRuns; ++run) {

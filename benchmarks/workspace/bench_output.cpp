@@ -3,8 +3,8 @@
 // without the output highlighter. Each variant runs in its own process so peak memory is its own.
 //
 //   bench_output              run every variant (add --naive for the unbatched baselines)
-//   bench_output --mode M     run one variant: plain, highlight, eager-highlight, naive-plain,
-//                             naive-highlight
+//   bench_output --mode M     run one variant: plain, highlight, nolinks-highlight (links to
+//                             script lines off), eager-highlight, naive-plain, naive-highlight
 //   --megabytes N             amount of output (default 20)
 //   --rounds N                rounds of every variant, the median is reported (default 5)
 
@@ -59,6 +59,7 @@ QString interlude(int vIteration)
     return QStringLiteral("\nBURN-IN POTENTIAL SCALE REDUCTION (PSR) OUTPUT:\n\n"
                           "  WARNING: PSR above 1.1 at iteration %1 for parameter 7.\n"
                           "  ERROR: none  NOTE: see the manual\n"
+                          "ERROR: script 'model.imp', line 12: MODEL needs predictors.\n"
                           "  Dependent Variable: reading\n\nITERATION HISTORY\n")
         .arg(vIteration);
 }
@@ -116,8 +117,11 @@ Result stream(const QString &vMode, qsizetype vChars)
     pane.show();
     if (highlighted && (naive || eager))
         new OutputHighlighter(pane.document());
-    else if (highlighted)
-        batched.setHighlighter(new OutputHighlighter(pane.document()));
+    else if (highlighted) {
+        auto *highlighter = new OutputHighlighter(pane.document());
+        highlighter->setScriptLinks(!vMode.startsWith(QLatin1String("nolinks")));
+        batched.setHighlighter(highlighter);
+    }
     QCoreApplication::processEvents();
 
     // The unbatched baseline inserts every piece at once at the end and follows it.
@@ -235,7 +239,7 @@ int main(int argc, char *argv[])
     if (modeAt > 0 && modeAt + 1 < arguments.size())
         return runOne(arguments.at(modeAt + 1), qsizetype(megabytes) * 1024 * 1024);
     QStringList modes {QStringLiteral("plain"), QStringLiteral("highlight"),
-                       QStringLiteral("eager-highlight")};
+                       QStringLiteral("nolinks-highlight"), QStringLiteral("eager-highlight")};
     if (arguments.contains(QStringLiteral("--naive")))
         modes << QStringLiteral("naive-plain") << QStringLiteral("naive-highlight");
     const qsizetype roundsAt = arguments.indexOf(QStringLiteral("--rounds"));

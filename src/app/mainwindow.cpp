@@ -8,6 +8,7 @@
 #include "examplecatalog.h"
 #include "import/vimport.h"
 #include "singleinstance.h"
+#include "studioextras.h"
 #include "studioinfo.h"
 #include "update/updatecheck.h"
 #include "ui_mainwindow.h"
@@ -46,6 +47,7 @@ MainWindow::MainWindow(QWidget *parent)
     , ui(new Ui::MainWindow)
 {
     ui->setupUi(this);
+    m_extras = new StudioExtras(this);
     // One import window, kept once made; each script it creates is a new document.
     connect(ui->actionImport, &QAction::triggered, this, [this] {
         auto *importer = findChild<VImport *>();
@@ -82,12 +84,13 @@ MainWindow::MainWindow(QWidget *parent)
 
 MainWindow::~MainWindow()
 {
-    // The documents go with the window's widgets, after the form: from now on they must not
-    // call back into it.
     m_tearingDown = true;
     const QList<QObject *> parts = findChildren<QObject *>();
     for (QObject *part : parts)
         disconnect(part, nullptr, this, nullptr);
+    // The documents go first, while this window is still whole: their last signals (and the
+    // area's last activation) then find it tearing down instead of half destroyed.
+    delete ui->mdiArea;
     delete ui;
     ui = nullptr;
 }
@@ -141,21 +144,19 @@ QMdiSubWindow *MainWindow::addDocument(Workspace *vDocument)
 {
     vDocument->setDocumentNumber(++m_documentCount);
     QMdiSubWindow *sub = ui->mdiArea->addSubWindow(vDocument);
+    m_extras->watch(vDocument);
     // The tab follows the document's title, and "Go to tab..." with it.
     connect(vDocument, &QWidget::windowTitleChanged, this, &MainWindow::rebuildTabMenu);
     connect(vDocument->editor()->document(), &QTextDocument::modificationChanged, this,
             &MainWindow::rebuildTabMenu);
-    // A sub-window being destroyed is still in the area's list, no longer as a sub-window:
-    // look at the list once it has gone.
-    connect(sub, &QObject::destroyed, this, [this] {
-        QMetaObject::invokeMethod(
-            this,
-            [this] {
-                if (!m_tearingDown && !activeDocument())
-                    updateButtons(nullptr);
-            },
-            Qt::QueuedConnection);
-    });
+    // Queued: while the sub-window is being destroyed the area still lists it.
+    connect(
+        sub, &QObject::destroyed, this,
+        [this] {
+            if (!m_tearingDown && !activeDocument())
+                updateButtons(nullptr);
+        },
+        Qt::QueuedConnection);
     return sub;
 }
 

@@ -6,6 +6,7 @@
 
 class QCloseEvent;
 class QMdiSubWindow;
+class StudioExtras;
 class VSettings;
 class Workspace;
 
@@ -112,6 +113,7 @@ private:
     QList<QAction *> documentActions() const;
 
     Ui::MainWindow *ui;
+    StudioExtras *m_extras = nullptr;
     QPointer<VSettings> m_preferences;
     QPointer<Workspace> m_active;
     int m_documentCount = 0;

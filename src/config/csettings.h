@@ -109,12 +109,22 @@ public:
     void setMissingCommand(const QString &v) { m_store.setMissingCommand(v); }
     void setMissingValue(int v) { m_store.setMissingValue(v); }
     void setMissingAsDefault(bool v) { m_store.setImportMissingAsDefault(v); }
+    bool lineNumbers() const { return m_store.lineNumbers(); }
+    // Stores the choice and tells every open editor at once, without a full settings apply.
+    void setLineNumbers(bool v)
+    {
+        m_store.setLineNumbers(v);
+        Q_EMIT did_changeLineNumbers(v);
+    }
+    QStringList recentFiles() const { return m_store.recentFiles(); }
+    void setRecentFiles(const QStringList &v) { m_store.setRecentFiles(v); }
 
 Q_SIGNALS:
     void do_apply();
     void did_apply();
     void do_checkCommandLineTool();
     void notifyTovrelCheckFailed();
+    void did_changeLineNumbers(bool vVisible);
 
 public Q_SLOTS:
     void checkCommandLineTool(bool vCheckDefault = false);

@@ -462,3 +462,21 @@ void MSettings::setAutoCheck(bool vValue)
 {
     write(kAutoCheck, vValue);
 }
+
+bool MSettings::lineNumbers() const
+{
+    return read(kLineNumbers, true).toBool();
+}
+void MSettings::setLineNumbers(bool vValue)
+{
+    write(kLineNumbers, vValue);
+}
+
+QStringList MSettings::recentFiles() const
+{
+    return read(kRecentFiles).toStringList();
+}
+void MSettings::setRecentFiles(const QStringList &vValue)
+{
+    write(kRecentFiles, vValue);
+}

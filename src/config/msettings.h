@@ -110,6 +110,11 @@ public:
     void setMplusToolName(const QString &vValue);
     bool autoCheck() const;
     void setAutoCheck(bool vValue);
+    // Beyond the original key set: the editor's line-number gutter and the recent-files list.
+    bool lineNumbers() const;
+    void setLineNumbers(bool vValue);
+    QStringList recentFiles() const;
+    void setRecentFiles(const QStringList &vValue);
 
     // Reads a built-in text resource; a missing resource gives an empty text.
     static QString resourceText(const QString &vPath);
@@ -154,6 +159,8 @@ private:
     const QString kHighlightColorDark = QStringLiteral("SyntaxEditor/HighlightColorDark");
     const QString kMplusToolName = QStringLiteral("Misc/MplusToolName");
     const QString kAutoCheck = QStringLiteral("Updater/AutoCheck");
+    const QString kLineNumbers = QStringLiteral("SyntaxEditor/LineNumbers");
+    const QString kRecentFiles = QStringLiteral("SyntaxEditor/RecentFiles");
 
     QString m_desktopFolder;
     bool m_importSettingsEnabled = false;

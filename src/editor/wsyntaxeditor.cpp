@@ -3,11 +3,14 @@
 #include "config/csettings.h"
 #include "editor/lineediting.h"
 #include "editor/syntaxhighlighter.h"
+#include "editor/wlinenumberarea.h"
 
 #include <QFontMetricsF>
 #include <QKeyEvent>
 #include <QPalette>
 #include <QRegularExpression>
+#include <QResizeEvent>
+#include <QScrollBar>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -69,6 +72,67 @@ WSyntaxEditor::WSyntaxEditor(QWidget *parent)
     setAcceptRichText(false);
 
     m_commentMarker = CSettings::instance().comment();
+
+    m_lineNumbers = new WLineNumberArea(
+        this, scheme.value(QStringLiteral("comment")).value<QColor>(), m_lineHighlightColour);
+    // Only a change of digit count moves the text; everything else is a repaint of the strip.
+    connect(document(), &QTextDocument::blockCountChanged, this, &WSyntaxEditor::placeLineNumbers);
+    auto repaint = [this] {
+        m_lineNumbers->update();
+    };
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, m_lineNumbers, repaint);
+    connect(this, &QTextEdit::cursorPositionChanged, m_lineNumbers, repaint);
+    connect(document(), &QTextDocument::contentsChanged, m_lineNumbers, repaint);
+    connect(&CSettings::instance(), &CSettings::did_changeLineNumbers, this,
+            &WSyntaxEditor::setLineNumbersVisible);
+    setLineNumbersVisible(CSettings::instance().lineNumbers());
+}
+
+bool WSyntaxEditor::lineNumbersVisible() const
+{
+    return !m_lineNumbers->isHidden();
+}
+
+void WSyntaxEditor::setLineNumbersVisible(bool vVisible)
+{
+    m_lineNumbers->setVisible(vVisible);
+    m_lineNumberWidth = -1;
+    placeLineNumbers();
+}
+
+void WSyntaxEditor::placeLineNumbers()
+{
+    if (!m_lineNumbers)
+        return;
+    const int width = lineNumbersVisible() ? m_lineNumbers->neededWidth() : 0;
+    if (width != m_lineNumberWidth) {
+        m_lineNumberWidth = width;
+        setViewportMargins(width, 0, 0, 0);
+    }
+    const QRect area = contentsRect();
+    m_lineNumbers->setFont(font());
+    m_lineNumbers->setGeometry(area.left(), area.top(), width, area.height());
+}
+
+void WSyntaxEditor::resizeEvent(QResizeEvent *e)
+{
+    QTextEdit::resizeEvent(e);
+    placeLineNumbers();
+}
+
+void WSyntaxEditor::changeEvent(QEvent *e)
+{
+    QTextEdit::changeEvent(e);
+    // Zooming and the settings change the font, and the numbers follow it.
+    if (e->type() == QEvent::FontChange && m_lineNumbers)
+        setLineNumbersVisible(lineNumbersVisible());
+}
+
+void WSyntaxEditor::goToLine(int vLine)
+{
+    const int line = qBound(1, vLine, document()->blockCount());
+    setTextCursor(QTextCursor(document()->findBlockByNumber(line - 1)));
+    ensureCursorVisible();
 }
 
 void WSyntaxEditor::setSyntaxMode(SyntaxMode vMode)

@@ -10,7 +10,10 @@
 
 class QKeyEvent;
 class QTextCursor;
+class QEvent;
+class QResizeEvent;
 class SyntaxHighlighter;
+class WLineNumberArea;
 
 // The script editor: plain text with syntax colours and line-oriented commands. Every command
 // is one undo step.
@@ -27,6 +30,13 @@ public:
     QString commentMarker() const { return m_commentMarker; }
     QColor lineHighlightColour() const { return m_lineHighlightColour; }
 
+    // The line-number gutter; shown or hidden with the studio-wide setting.
+    WLineNumberArea *lineNumberArea() const { return m_lineNumbers; }
+    bool lineNumbersVisible() const;
+    void setLineNumbersVisible(bool vVisible);
+    // Puts the cursor at the start of line vLine (1-based, clamped to the document), in view.
+    void goToLine(int vLine);
+
 public Q_SLOTS:
     void duplicateSelection();
     void selectLine();
@@ -38,6 +48,8 @@ public Q_SLOTS:
 
 protected:
     void keyPressEvent(QKeyEvent *e) override;
+    void resizeEvent(QResizeEvent *e) override;
+    void changeEvent(QEvent *e) override;
 
 private:
     // The lines a multi-line command works on: the document position of the first line's start,
@@ -63,10 +75,13 @@ private:
     void commentSelection();
     bool selectionSpansLines() const;
     void insertLineBreak();
+    void placeLineNumbers();
 
     SyntaxHighlighter *m_highlighter = nullptr;
     QColor m_lineHighlightColour;
     QString m_commentMarker;
+    WLineNumberArea *m_lineNumbers = nullptr;
+    int m_lineNumberWidth = -1;
 };
 
 #endif // WSYNTAXEDITOR_H

@@ -4,6 +4,7 @@
 #include "editor/textsearch.h"
 
 #include <QKeyEvent>
+#include <QPlainTextEdit>
 #include <QShowEvent>
 #include <QTextCursor>
 #include <QTextEdit>
@@ -33,13 +34,54 @@ QTextEdit *WTextFinder::editor() const
     return m_editor;
 }
 
+void WTextFinder::setOutputView(QPlainTextEdit *vView)
+{
+    if (m_output)
+        m_output->removeEventFilter(this);
+    m_output = vView;
+    if (m_output)
+        m_output->installEventFilter(this);
+    if (m_editor)
+        m_editor->installEventFilter(this);
+}
+
+bool WTextFinder::eventFilter(QObject *vWatched, QEvent *vEvent)
+{
+    if (vEvent->type() == QEvent::FocusIn) {
+        if (m_output && vWatched == m_output)
+            setSearchOutput(true);
+        else if (m_editor && vWatched == m_editor)
+            setSearchOutput(false);
+    }
+    return QWidget::eventFilter(vWatched, vEvent);
+}
+
+void WTextFinder::setSearchOutput(bool vOutput)
+{
+    m_searchOutput = vOutput;
+    for (QWidget *replacing :
+         {static_cast<QWidget *>(ui->leReplace), static_cast<QWidget *>(ui->tbReplacePrev),
+          static_cast<QWidget *>(ui->tbReplaceNext)})
+        replacing->setEnabled(!vOutput);
+}
+
 bool WTextFinder::findFromCursor(const QString &vText, bool vBackward)
 {
+    const auto direction
+        = vBackward ? TextSearch::Direction::Backward : TextSearch::Direction::Forward;
+    if (m_searchOutput && m_output) {
+        const QTextCursor found
+            = TextSearch::find(*m_output->document(), m_output->textCursor(), vText, direction);
+        if (found.isNull())
+            return false;
+        m_output->setTextCursor(found);
+        m_output->ensureCursorVisible();
+        return true;
+    }
     if (!m_editor)
         return false;
-    const QTextCursor found = TextSearch::find(*m_editor->document(), m_editor->textCursor(), vText,
-                                               vBackward ? TextSearch::Direction::Backward
-                                                         : TextSearch::Direction::Forward);
+    const QTextCursor found
+        = TextSearch::find(*m_editor->document(), m_editor->textCursor(), vText, direction);
     if (found.isNull())
         return false;
     m_editor->setTextCursor(found);
@@ -65,7 +107,7 @@ bool WTextFinder::findPrev()
 
 bool WTextFinder::replace()
 {
-    if (!m_editor)
+    if (!m_editor || m_searchOutput)
         return false;
     QTextCursor cursor = m_editor->textCursor();
     if (!cursor.hasSelection())
@@ -79,9 +121,12 @@ bool WTextFinder::replace()
 // always the one shown.
 void WTextFinder::on_leFind_textEdited(const QString &vText)
 {
-    if (!m_editor)
+    if (m_searchOutput && m_output)
+        m_output->moveCursor(QTextCursor::Start);
+    else if (m_editor)
+        m_editor->moveCursor(QTextCursor::Start);
+    else
         return;
-    m_editor->moveCursor(QTextCursor::Start);
     if (findFromCursor(vText, false))
         Q_EMIT did_find(vText);
 }

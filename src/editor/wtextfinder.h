@@ -5,6 +5,7 @@
 #include <QWidget>
 
 class QKeyEvent;
+class QPlainTextEdit;
 class QShowEvent;
 class QTextEdit;
 
@@ -23,6 +24,10 @@ public:
 
     void setEditor(QTextEdit *vEditor);
     QTextEdit *editor() const;
+    // A read-only view the bar searches instead of the editor while that view has (or last had)
+    // the focus; replacing is off meanwhile.
+    void setOutputView(QPlainTextEdit *vView);
+    bool searchesOutput() const { return m_searchOutput; }
 
     bool findPrev();
     bool findNext();
@@ -45,12 +50,17 @@ private Q_SLOTS:
 protected:
     void showEvent(QShowEvent *e) override;
     void keyPressEvent(QKeyEvent *e) override;
+    bool eventFilter(QObject *vWatched, QEvent *vEvent) override;
 
 private:
     bool findFromCursor(const QString &vText, bool vBackward);
 
     Ui::WTextFinder *ui;
+    void setSearchOutput(bool vOutput);
+
     QPointer<QTextEdit> m_editor;
+    QPointer<QPlainTextEdit> m_output;
+    bool m_searchOutput = false;
 };
 
 #endif // WTEXTFINDER_H

@@ -1,6 +1,7 @@
 #include "outputhighlighter.h"
 
 #include "config/csettings.h"
+#include "workspace/scriptlinelinks.h"
 
 #include <QFile>
 #include <QFont>
@@ -146,6 +147,23 @@ void OutputHighlighter::buildRules()
     addRule(QStringLiteral("ERROR:"), charFormat(m_errorColor, true));
     addResourceRules(kHeadingResource, charFormat(m_headingColor));
     addResourceRules(kVariablesResource, charFormat(m_numberColor));
+    m_passes = m_rules;
+    if (m_scriptLinks) {
+        QTextCharFormat link = charFormat(m_functionColor);
+        link.setFontUnderline(true);
+        QRegularExpression pattern(ScriptLineLinks::pattern());
+        pattern.optimize();
+        // Every form of link holds "line N" or "Line N".
+        m_passes.append({pattern, link, QStringLiteral("ine ")});
+    }
+}
+
+void OutputHighlighter::setScriptLinks(bool vOn)
+{
+    if (vOn == m_scriptLinks)
+        return;
+    m_scriptLinks = vOn;
+    rebuild();
 }
 
 void OutputHighlighter::addRule(const QString &vPattern, const QTextCharFormat &vFormat)
@@ -225,7 +243,7 @@ QString OutputHighlighter::requiredText(const QString &vPattern)
 
 QList<QTextLayout::FormatRange> OutputHighlighter::formatRanges(const QString &vText) const
 {
-    return HighlightPass::formatRanges(vText, m_rules);
+    return HighlightPass::formatRanges(vText, m_passes);
 }
 
 void OutputHighlighter::highlightBlock(const QString &vText)

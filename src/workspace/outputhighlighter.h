@@ -24,6 +24,11 @@ public:
 
     const QList<HighlightPass> &rules() const { return m_rules; }
 
+    // On by default: places where the output names a script line are underlined as links
+    // (see ScriptLineLinks), painted over the rules above.
+    void setScriptLinks(bool vOn);
+    bool scriptLinks() const { return m_scriptLinks; }
+
     // Off by default: like any syntax highlighter, every block is highlighted as it changes. On:
     // blocks are highlighted only through highlightBlocks(), so a view holding megabytes of
     // output can limit the work to the lines it shows. Returns whether the mode is now on.
@@ -59,6 +64,9 @@ private:
     void addResourceRules(const QString &vResource, const QTextCharFormat &vFormat);
 
     QList<HighlightPass> m_rules;
+    // The rules, then the link pass when links are on.
+    QList<HighlightPass> m_passes;
+    bool m_scriptLinks = true;
     bool m_onDemand = false;
     // While on demand the base class is detached from the document, so it no longer follows
     // every change; the formats go straight to the blocks' layouts.

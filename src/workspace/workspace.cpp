@@ -87,7 +87,12 @@ Workspace::Workspace(QWidget *parent)
     m_plotSettings->hide();
 
     ui->finder->setEditor(ui->te_SyntaxEditor);
+    ui->finder->setOutputView(ui->te_Out);
     ui->finder->hide();
+    connect(ui->te_Out, &WOutputPane::did_activateScriptLine, this, [this](int vLine) {
+        ui->te_SyntaxEditor->goToLine(vLine);
+        ui->te_SyntaxEditor->setFocus();
+    });
     ui->te_Out->setHighlighter(new OutputHighlighter(ui->te_Out->document()));
     ui->dockOut->installEventFilter(this);
     ui->dockGraph->installEventFilter(this);

@@ -1,6 +1,9 @@
 #include "woutputpane.h"
 
 #include "outputhighlighter.h"
+#include "scriptlinelinks.h"
+
+#include <QMouseEvent>
 
 #include <QScrollBar>
 #include <QTextBlock>
@@ -123,4 +126,35 @@ void WOutputPane::highlightVisible()
             break;
     }
     m_highlighter->highlightBlocks(first, last);
+}
+
+// Links are found again under the mouse rather than kept for the whole output: only a line
+// the user points at is ever looked at.
+int WOutputPane::scriptLineAt(const QPoint &vPos) const
+{
+    const QTextCursor at = cursorForPosition(vPos);
+    // Past the end of a line the cursor still lands on its last character; that is not a link.
+    if (vPos.x() > cursorRect(at).right() + fontMetrics().averageCharWidth())
+        return 0;
+    return ScriptLineLinks::at(at.block().text(), at.positionInBlock()).line;
+}
+
+void WOutputPane::mouseMoveEvent(QMouseEvent *vEvent)
+{
+    QPlainTextEdit::mouseMoveEvent(vEvent);
+    if (vEvent->buttons() == Qt::NoButton)
+        viewport()->setCursor(scriptLineAt(vEvent->position().toPoint()) > 0
+                                  ? Qt::PointingHandCursor
+                                  : Qt::IBeamCursor);
+}
+
+void WOutputPane::mouseReleaseEvent(QMouseEvent *vEvent)
+{
+    QPlainTextEdit::mouseReleaseEvent(vEvent);
+    // A drag that selected text is not a click on a link.
+    if (vEvent->button() != Qt::LeftButton || textCursor().hasSelection())
+        return;
+    const int line = scriptLineAt(vEvent->position().toPoint());
+    if (line > 0)
+        Q_EMIT did_activateScriptLine(line);
 }

@@ -6,6 +6,7 @@
 #include <QString>
 
 class OutputHighlighter;
+class QMouseEvent;
 class QResizeEvent;
 class QTimer;
 
@@ -41,9 +42,17 @@ public:
     // not grow with the amount of output.
     void setHighlighter(OutputHighlighter *vHighlighter);
     OutputHighlighter *highlighter() const { return m_highlighter; }
+    // The script line a link at vPos (viewport coordinates) names, or 0.
+    int scriptLineAt(const QPoint &vPos) const;
+
+Q_SIGNALS:
+    // A click on a place in the output that names a script line.
+    void did_activateScriptLine(int vLine);
 
 protected:
     void resizeEvent(QResizeEvent *vEvent) override;
+    void mouseMoveEvent(QMouseEvent *vEvent) override;
+    void mouseReleaseEvent(QMouseEvent *vEvent) override;
 
 private:
     void highlightVisible();
