@@ -137,12 +137,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char *argv[])
-{
-    TestEnvironment environment;
-    QApplication application(argc, argv);
-    TestSingleInstance tc;
-    QTEST_SET_MAIN_SOURCE_PATH
-    return QTest::qExec(&tc, argc, argv);
-}
+TOVREL_TEST_MAIN(TestSingleInstance)
 #include "tst_singleinstance.moc"
