@@ -1,5 +1,6 @@
 #include "goldentable.h"
 #include "modalanswerer.h"
+#include "tablecell.h"
 #include "testfiles.h"
 #include "testmain.h"
 #include "traceplots.h"
@@ -165,18 +166,14 @@ private Q_SLOTS:
     }
     void settingsValidation()
     {
-        QFETCH(QString, start);
-        QFETCH(QString, typed);
-        QFETCH(QString, messages);
         QFETCH(QString, result);
-        QFETCH(QString, left);
         QFETCH(QString, focus);
-        const Ints before = ints(start);
+        const Ints before = ints(cell("start"));
         auto panel = settingsPanel(before);
         QVERIFY(QTest::qWaitForWindowActive(panel.get()));
         QSignalSpy render(panel.get(), &PlotSettings::needs_Render);
         for (int i = 0; i < 5; ++i)
-            QTest::keyClicks(field(*panel, i), typed.section('|', i, i));
+            QTest::keyClicks(field(*panel, i), cell("typed").section('|', i, i));
         QStringList seen;
         ModalAnswerer answerer([&seen](QWidget *vModal) {
             auto *box = qobject_cast<QMessageBox *>(vModal);
@@ -184,9 +181,9 @@ private Q_SLOTS:
             box->button(QMessageBox::Ok)->click();
         });
         click(panel.get(), "pb_OK");
-        QCOMPARE(seen.join('|'), messages);
+        QTEST(seen.join('|'), "messages");
         QCOMPARE(valuesOf(*panel), result.isEmpty() ? before : ints(result));
-        QCOMPARE(joined(*panel, &QLineEdit::text), left.isEmpty() ? "||||" : left);
+        QCOMPARE(joined(*panel, &QLineEdit::text), cell("left").isEmpty() ? "||||" : cell("left"));
         QCOMPARE(render.size(), focus.isEmpty() && !result.isEmpty() ? 1 : 0);
         QCOMPARE(panel->isVisible(), !focus.isEmpty());
         if (!focus.isEmpty()) {
@@ -259,16 +256,12 @@ private Q_SLOTS:
     }
     void spinnerFade()
     {
-        QFETCH(QString, distance);
-        QFETCH(QString, lines);
-        QFETCH(QString, trail);
-        QFETCH(QString, minimum);
-        QFETCH(QString, baseAlpha);
         QFETCH(QString, expected);
         QColor base(Qt::red);
-        base.setAlphaF(baseAlpha.toDouble());
+        base.setAlphaF(cell("baseAlpha").toDouble());
         const QColor color = WaitingSpinnerWidget::currentLineColor(
-            distance.toInt(), lines.toInt(), trail.toDouble(), minimum.toDouble(), base);
+            cell("distance").toInt(), cell("lines").toInt(), cell("trail").toDouble(),
+            cell("minimum").toDouble(), base);
         QCOMPARE(color.rgb(), base.rgb());
         QVERIFY2(qAbs(color.alphaF() - expected.toDouble()) < 1e-4, // alpha is kept in 16 bits
                  qPrintable(QString("%1 != %2").arg(color.alphaF()).arg(expected)));
@@ -345,33 +338,19 @@ private Q_SLOTS:
         QVERIFY(!none.saveAllPdf(empty.filePath("all.pdf")) && QDir(empty.path()).isEmpty());
     }
 
-    void privateCopySurvivesItsSource()
-    {
-        auto source = std::make_unique<QTemporaryDir>();
-        SvgRender render(nullptr, plotFolder(*source), true);
-        QVERIFY(render.show(0));
-        source.reset();
-        QVERIFY(render.next());
-        QCOMPARE(render.scene()->sceneRect().size().toSize(), plotSize(2));
-        QTemporaryDir out;
-        QVERIFY(render.saveSvg(out.filePath("kept.svg")));
-        QCOMPARE(readFile(out.filePath("kept.svg")), readFile(m_plots.filePath("plot2.svg")));
-    }
-
     void saveBySuffix_data()
     {
         addTableRows(QFINDTESTDATA("savebysuffix.txt"), {"name", "size", "check"});
     }
     void saveBySuffix()
     {
-        QFETCH(QString, name);
-        QFETCH(QString, size);
         QFETCH(QString, check);
-        const QSize imageSize(size.section('x', 0, 0).toInt(), size.section('x', 1).toInt());
+        const QSize imageSize(cell("size").section('x', 0, 0).toInt(),
+                              cell("size").section('x', 1).toInt());
         QTemporaryDir dir;
         SvgRender render(nullptr, plotFolder(dir), false);
         render.show(4);
-        const QString target = dir.filePath(name);
+        const QString target = dir.filePath(cell("name"));
         if (check == "old")
             writeFile(target, "old");
         QCOMPARE(PlotExport::save(render, target, imageSize), check != "old" && check != "");
@@ -397,11 +376,8 @@ private Q_SLOTS:
     }
     void saveDialogTexts()
     {
-        QFETCH(QString, type);
-        QFETCH(QString, filter);
-        QFETCH(QString, proposed);
-        QCOMPARE(PlotExport::filter(type.toInt()), filter);
-        QCOMPARE(PlotExport::proposedName("/f", 3, type.toInt()), proposed);
+        QTEST(PlotExport::filter(cell("type").toInt()), "filter");
+        QTEST(PlotExport::proposedName("/f", 3, cell("type").toInt()), "proposed");
     }
 
     void panelPaging_data()
@@ -410,11 +386,8 @@ private Q_SLOTS:
     }
     void panelPaging()
     {
-        QFETCH(QString, plots);
         QFETCH(QString, clicks);
-        QFETCH(QString, label);
-        QFETCH(QString, enabled);
-        const int count = plots.toInt(), rightClicks = clicks.section(',', 0, 0).toInt();
+        const int count = cell("plots").toInt(), rightClicks = clicks.section(',', 0, 0).toInt();
         QTemporaryDir dir;
         WGraphPanel panel;
         panel.show();
@@ -423,8 +396,8 @@ private Q_SLOTS:
         auto *right = panel.findChild<QToolButton *>("tb_right");
         for (int i = 0; i < rightClicks + clicks.section(',', 1).toInt(); ++i)
             QTest::mouseClick(i < rightClicks ? right : left, Qt::LeftButton);
-        QCOMPARE(panel.findChild<QLabel *>("lb_page")->text(), label);
-        QCOMPARE(QString("%1,%2").arg(left->isEnabled()).arg(right->isEnabled()), enabled);
+        QTEST(panel.findChild<QLabel *>("lb_page")->text(), "label");
+        QTEST(QString("%1,%2").arg(left->isEnabled()).arg(right->isEnabled()), "enabled");
         QCOMPARE(panel.findChild<QToolButton *>("tb_save_plot")->isEnabled(), count > 0);
         if (count > 0)
             QCOMPARE(panel.findChild<QGraphicsView *>()->scene(), panel.render()->scene());
@@ -478,12 +451,10 @@ private Q_SLOTS:
     }
     void savePlotDialog()
     {
-        QFETCH(QString, from);
-        QFETCH(QString, answer);
         QFETCH(QString, written);
         QFETCH(QString, check);
         QFETCH(QString, type);
-        const bool fromViewer = from == "viewer";
+        const bool fromViewer = cell("from") == "viewer";
         QVariantMap plot = CSettings::instance().plotSettings();
         plot["dType"] = type.toInt();
         plot["width"] = 320;
@@ -502,6 +473,7 @@ private Q_SLOTS:
             click(&panel, "tb_popout");
         std::unique_ptr<GraphViewer> viewer(popped.value(0).value(0).value<GraphViewer *>());
         QStringList seen;
+        const QString answer = cell("answer");
         ModalAnswerer answerer(answerSave(answer.isEmpty() ? "" : out.filePath(answer), &seen));
         fromViewer ? click(viewer.get(), "pb_save") : click(&panel, "tb_save_plot");
         QCOMPARE(seen.mid(0, 3),
