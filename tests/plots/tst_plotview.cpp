@@ -407,20 +407,10 @@ private Q_SLOTS:
         QVERIFY(!panel.findChild<QToolButton *>("tb_saveAll_plot")->isEnabled());
     }
 
-    void goTo_data()
-    {
-        QTest::addColumn<bool>("viewer");
-        QTest::addColumn<bool>("accept");
-        QTest::addColumn<QString>("page");
-        row("dock: OK shows the chosen parameter", false, true, "Plot : 9 of 12");
-        row("dock: Cancel keeps the page", false, false, "Plot : 2 of 12");
-        row("viewer: OK shows the chosen parameter", true, true, "Parameter 9 of 12");
-    }
+    void goTo_data() { addTableRows(QFINDTESTDATA("goto.txt"), {"from", "answer", "page"}); }
     void goTo()
     {
-        QFETCH(bool, viewer);
-        QFETCH(bool, accept);
-        QFETCH(QString, page);
+        const bool viewer = cell("from") == "viewer", accept = cell("answer") == "ok";
         QTemporaryDir dir;
         WGraphPanel panel;
         panel.showPlots(plotFolder(dir));
@@ -441,7 +431,7 @@ private Q_SLOTS:
                 : panel.findChild<QAction *>("actionGo_to"))
             ->trigger();
         QCOMPARE(seen, (QStringList {"Go to...", "Viewing Parameter 2 of 12", "1-12"}));
-        QCOMPARE(viewer ? window->windowTitle() : panel.pageText(), page);
+        QTEST(viewer ? window->windowTitle() : panel.pageText(), "page");
     }
 
     void savePlotDialog_data()
