@@ -198,16 +198,12 @@ private Q_SLOTS:
 
     void settingsClosing_data()
     {
-        QTest::addColumn<QString>("keys"); // none: the Cancel button
-        QTest::addColumn<int>("start");
-        row("Cancel keeps the values", "", 5);
-        row("Esc, Ctrl+W keeps the values", "Esc, Ctrl+W", 5);
-        row("Return means OK", "Return", 7);
+        addTableRows(QFINDTESTDATA("settingsclosing.txt"), {"keys", "start"});
     }
     void settingsClosing()
     {
         QFETCH(QString, keys);
-        QFETCH(int, start);
+        const int start = cell("start").toInt();
         auto panel = settingsPanel({5, 50, 2, 900, 400});
         QVERIFY(QTest::qWaitForWindowActive(panel.get()));
         QSignalSpy render(panel.get(), &PlotSettings::needs_Render);
@@ -291,18 +287,11 @@ private Q_SLOTS:
         QCOMPARE(spinner.interval(), 1000);
     }
 
-    void order_data()
-    {
-        QTest::addColumn<int>("step");
-        QTest::addColumn<bool>("copy");
-        row("run order, not name order (plot10 after plot9)", 60, false);
-        row("oldest first whatever the names say", -60, false);
-        row("private copy sorts like its source", 1, true);
-    }
+    void order_data() { addTableRows(QFINDTESTDATA("order.txt"), {"step", "copy"}); }
     void order()
     {
-        QFETCH(int, step);
-        QFETCH(bool, copy);
+        const int step = cell("step").toInt();
+        const bool copy = cell("copy") == "copy";
         QTemporaryDir dir;
         QVERIFY(!plotFolder(dir).isEmpty());
         QStringList expected;
