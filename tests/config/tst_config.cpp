@@ -182,26 +182,19 @@ private Q_SLOTS:
 
     void defaultCommandSet_data()
     {
-        QTest::addColumn<QVariant>("stored");
-        QTest::addColumn<bool>("reset");
-        QTest::addColumn<QString>("expected"); // empty: the built-in text
-        QTest::newRow("nothing stored") << QVariant() << false << QString();
-        QTest::newRow("blank stored") << QVariant("  \r\n\t ") << false << QString();
-        QTest::newRow("text stored is trimmed")
-            << QVariant("\n DATA: x.dat;\r\n") << false << "DATA: x.dat;";
-        QTest::newRow("reset ignores stored text") << QVariant("DATA: x.dat;") << true << QString();
+        addTableRows(QFINDTESTDATA("defaultcommandset.txt"), {"stored", "reset", "expected"});
     }
     void defaultCommandSet()
     {
-        QFETCH(QVariant, stored);
-        QFETCH(bool, reset);
         QFETCH(QString, expected);
         MSettings settings;
-        if (stored.isValid())
-            settings.setDefaultCommandSet(stored.toString());
+        if (cell("stored") != "none")
+            settings.setDefaultCommandSet(
+                QString::fromUtf8(QByteArray::fromPercentEncoding(cell("stored").toUtf8())));
         const QString builtIn = MSettings::resourceText(MSettings::kDefaultCommandSetResource);
         QVERIFY(builtIn.startsWith("DATA: ;\r\nVARIABLES: ;\r\n"));
-        QCOMPARE(settings.defaultCommandSet(reset), expected.isEmpty() ? builtIn : expected);
+        QCOMPARE(settings.defaultCommandSet(cell("reset") == "reset"),
+                 expected.isEmpty() ? builtIn : expected);
     }
 
     void storedKeywordsAreIgnored()
