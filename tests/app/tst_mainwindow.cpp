@@ -4,7 +4,9 @@
 #include "config/msettings.h"
 #include "config/vsettings.h"
 #include "editor/wsyntaxeditor.h"
+#include "goldentable.h"
 #include "modalanswerer.h"
+#include "tablecell.h"
 #include "testfiles.h"
 #include "testmain.h"
 #include "workspace/workspace.h"
@@ -204,28 +206,16 @@ private Q_SLOTS:
         }
     }
 
-    // Each row: a main-window action, what the editor held, and what it holds afterwards.
     void actionsReachTheActiveDocument_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("expected");
-        // clang-format off
-        QTest::newRow("toggle comment") << "actionToggle_Comment" << "# DATA: x.dat;";
-        QTest::newRow("indent") << "actionIndent" << "\tDATA: x.dat;";
-        QTest::newRow("duplicate") << "actionDuplicate" << "DATA: x.dat;\nDATA: x.dat;";
-        QTest::newRow("select all then cut") << "actionSelect_All actionCut" << "";
-        QTest::newRow("cut, undo") << "actionSelect_All actionCut actionUndo" << "DATA: x.dat;";
-        QTest::newRow("undo, redo") << "actionSelect_All actionCut actionUndo actionRedo" << "";
-        QTest::newRow("copy, paste at the end") << "actionSelect_Line actionCopy actionPaste actionPaste" << "DATA: x.dat;DATA: x.dat;";
-        // clang-format on
+        addTableRows(QFINDTESTDATA("editactions.txt"), {"name", "expected"});
     }
     void actionsReachTheActiveDocument()
     {
-        QFETCH(QString, name);
         window().on_open(script("a.imp", "DATA: x.dat;"));
         WSyntaxEditor *editor = window().activeDocument()->editor();
         editor->moveCursor(QTextCursor::Start);
-        for (const QString &step : name.split(' '))
+        for (const QString &step : cell("name").split(' '))
             action(window(), qPrintable(step))->trigger();
         QTEST(editor->toPlainText(), "expected");
     }
@@ -265,35 +255,17 @@ private Q_SLOTS:
         QCOMPARE(shown, QStringLiteral("Iteration History: No Iteration History"));
     }
 
-    // Folders in the examples folder ("-" for no folder at all) and the menu they give.
     void examplesMenu_data()
     {
-        QTest::addColumn<QStringList>("folders");
-        QTest::addColumn<QString>("expected");
-        const QString empty
-            = "~Convergence Diagnostics|~Regression Models[]|~Path Analysis and Latent Variable "
-              "Models[]|~Multilevel Models[]|~Missing Not at Random Processes[]|~Simulating Data[]";
-        // clang-format off
-        QTest::newRow("no folder") << QStringList{"-"} << "~No Examples|Install Examples";
-        QTest::newRow("empty folder: the categories only") << QStringList{} << empty;
-        QTest::newRow("2.1 before 2.10, one convergence example")
-            << QStringList{"2.10-Ten", "2.2-Two", "2.1-One", "1.1-Psr", "6.1-Sim"}
-            << "Convergence Diagnostics|Regression Models[One|Two|Ten]|~Path Analysis and Latent Variable Models[]|~Multilevel Models[]|~Missing Not at Random Processes[]|Simulating Data[Sim]";
-        QTest::newRow("two convergence examples, one outside the categories")
-            << QStringList{"1.2-B", "1.1-A", "9.1-Later", "notes"}
-            << "Convergence Diagnostics[A|B]|~Regression Models[]|~Path Analysis and Latent Variable Models[]|~Multilevel Models[]|~Missing Not at Random Processes[]|~Simulating Data[]|Other Examples[Later|notes]";
-        // clang-format on
+        addTableRows(QFINDTESTDATA("examplesmenu.txt"), {"folders", "expected"});
     }
     void examplesMenu()
     {
-        QFETCH(QStringList, folders);
         QTemporaryDir examples;
-        QString folder = examples.path();
-        if (folders == QStringList {"-"})
-            folder += "/missing";
-        for (const QString &name : folders)
+        for (const QString &name : cells("folders"))
             QDir(examples.path()).mkpath(name);
-        window().buildExamplesMenu(folder);
+        window().buildExamplesMenu(cell("folders") == "-" ? examples.filePath("missing")
+                                                          : examples.path());
         QTEST(describe(menu(window(), "menuExamples")), "expected");
     }
 
@@ -356,17 +328,12 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("engine");
         QTest::addColumn<QString>("expected");
-        const QString bin = qEnvironmentVariable("TOVREL_TEST_BIN_DIR");
-        QTest::newRow("the demo engine") << bin + "/tovrel"
-                                         << "4.0.1";
-        QTest::newRow("no path") << ""
-                                 << "No Tovrel computational engine was found";
-        QTest::newRow("no such file") << "/nowhere/tovrel"
-                                      << "No Tovrel computational engine was found";
-        QTest::newRow("not a program") << "data.txt"
-                                       << "could not be started";
-        QTest::newRow("fails") << "fails.sh"
-                               << "could not report its version (exit code 3)";
+        const QString none = "No Tovrel computational engine was found";
+        row("the demo engine", qEnvironmentVariable("TOVREL_TEST_BIN_DIR") + "/tovrel", "4.0.1");
+        row("no path", "", none);
+        row("no such file", "/nowhere/tovrel", none);
+        row("not a program", "data.txt", "could not be started");
+        row("fails", "fails.sh", "could not report its version (exit code 3)");
     }
     void engineVersion()
     {

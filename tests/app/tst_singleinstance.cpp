@@ -1,4 +1,6 @@
 #include "app/singleinstance.h"
+#include "goldentable.h"
+#include "tablecell.h"
 #include "testmain.h"
 
 #include <QLocalSocket>
@@ -74,18 +76,12 @@ private Q_SLOTS:
 
     void secondStartHandsOver_data()
     {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<QString>("delivered");
-        QTest::newRow("a file") << QStringList {"/data/model.imp"} << "/data/model.imp";
-        QTest::newRow("no argument: the empty name") << QStringList() << "";
-        QTest::newRow("a comma stays inside the one name") << QStringList {"a,b.imp"} << "a,b.imp";
-        QTest::newRow("only the first argument") << QStringList {"one.imp", "two.imp"} << "one.imp";
+        addTableRows(QFINDTESTDATA("handover.txt"), {"arguments", "delivered"});
     }
     void secondStartHandsOver()
     {
-        QFETCH(QStringList, arguments);
         QFETCH(QString, delivered);
-        Studio second(arguments);
+        Studio second(cell("arguments").split('|', Qt::SkipEmptyParts));
         // It ends by itself, successfully, before any window: a first studio never ends alone.
         QVERIFY2(second.endsAlone(), qPrintable(second.log));
         QVERIFY(second.log.contains("Another Instance Running"));
@@ -137,12 +133,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char *argv[])
-{
-    TestEnvironment environment;
-    QApplication application(argc, argv);
-    TestSingleInstance tc;
-    QTEST_SET_MAIN_SOURCE_PATH
-    return QTest::qExec(&tc, argc, argv);
-}
+TOVREL_TEST_MAIN(TestSingleInstance)
 #include "tst_singleinstance.moc"

@@ -3,6 +3,7 @@
 #include "config/msettings.h"
 #include "fileguard.h"
 #include "goldentable.h"
+#include "tablecell.h"
 #include "testfiles.h"
 #include "testmain.h"
 
@@ -34,12 +35,11 @@ private Q_SLOTS:
     void applicationIdentity()
     {
         MSettings settings;
-        QCOMPARE(QCoreApplication::organizationName(), QStringLiteral("tovrel"));
         QCOMPARE(QCoreApplication::organizationDomain(), QStringLiteral("tovrel"));
-        QCOMPARE(QCoreApplication::applicationName(), QStringLiteral("gui"));
         QCOMPARE(QCoreApplication::applicationVersion(),
                  QStringLiteral("Tovrel Studio Version 4.0.1"));
-        // The store lands in the per-test folder, never in the user's real profile.
+        // The store, named after the organisation and the application, lands in the per-test
+        // folder, never in the user's real profile.
         QVERIFY(QSettings().fileName().startsWith(qEnvironmentVariable("XDG_CONFIG_HOME")));
         QVERIFY(QSettings().fileName().endsWith(QStringLiteral("tovrel/gui.conf")));
     }
@@ -51,8 +51,7 @@ private Q_SLOTS:
     void resources()
     {
         QFETCH(QString, path);
-        QFETCH(QString, count);
-        const int lines = count.toInt();
+        const int lines = cell("count").toInt();
         const QString text = MSettings::resourceText(path);
         // Every line, the last included, ends in CR LF, and there are no bare line feeds.
         QCOMPARE(text.count(QStringLiteral("\r\n")), lines);
@@ -61,13 +60,6 @@ private Q_SLOTS:
         QCOMPARE(entries.size(), lines);
         QTEST(entries.first(), "first");
         QTEST(entries.last(), "last");
-    }
-
-    void mplusListKeepsItsOddEntries()
-    {
-        const QStringList list = MSettings().mplusKeywords();
-        QCOMPARE(list.at(19), QStringLiteral("MODEL"));
-        QCOMPARE(list.at(20), QStringLiteral("MONTECARLO MISSING"));
     }
 
     void freshProfileDefaults()
@@ -123,7 +115,7 @@ private Q_SLOTS:
     }
     void flagFile()
     {
-        QFETCH(QString, contents);
+        const QString contents = cell("contents");
         QTemporaryDir folder;
         const QString path = folder.filePath("tovrel.conf");
         if (contents != "none")
@@ -152,28 +144,20 @@ private Q_SLOTS:
 
     void importGating_data()
     {
-        QTest::addColumn<bool>("enabled");
-        QTest::addColumn<bool>("stored");
-        QTest::addColumn<QString>("missingCommand");
-        QTest::addColumn<int>("missingValue");
-        QTest::addColumn<QString>("separator");
-        QTest::newRow("flag off keeps defaults") << false << true << "MISSING" << -99 << " ";
-        QTest::newRow("flag on honours the store") << true << true << "NA" << -9 << ",";
-        QTest::newRow("flag on, nothing stored") << true << false << "MISSING" << -99 << " ";
+        addTableRows(QFINDTESTDATA("importgating.txt"),
+                     {"enabled", "stored", "missingCommand", "missingValue", "separator"});
     }
     void importGating()
     {
-        QFETCH(bool, enabled);
-        QFETCH(bool, stored);
         MSettings settings;
-        if (stored) {
+        if (cell("stored") == "1") {
             settings.setMissingCommand("NA");
             settings.setMissingValue(-9);
             settings.setImportVariablesSeparator(",");
         }
-        settings.setImportSettingsEnabled(enabled);
+        settings.setImportSettingsEnabled(cell("enabled") == "1");
         QTEST(settings.missingCommand(), "missingCommand");
-        QTEST(settings.missingValue(), "missingValue");
+        QTEST(QString::number(settings.missingValue()), "missingValue");
         QTEST(settings.importVariablesSeparator(), "separator");
     }
 
@@ -184,13 +168,12 @@ private Q_SLOTS:
     void commandLineToolParams()
     {
         QFETCH(QString, stored);
-        QFETCH(QString, keyword);
         MSettings settings;
         const QStringList list = stored.split('|', Qt::SkipEmptyParts);
         if (stored != "none")
             settings.setCommandLineToolParams(list);
-        if (!keyword.isEmpty())
-            settings.setCommandsFileKeyword(keyword);
+        if (!cell("keyword").isEmpty())
+            settings.setCommandsFileKeyword(cell("keyword"));
         QTEST(settings.commandLineToolParams().join('|'), "expected");
         // Reading never writes the keyword back.
         QCOMPARE(QSettings().value("Tovrel/CommandLineToolParams"),
@@ -199,26 +182,19 @@ private Q_SLOTS:
 
     void defaultCommandSet_data()
     {
-        QTest::addColumn<QVariant>("stored");
-        QTest::addColumn<bool>("reset");
-        QTest::addColumn<QString>("expected"); // empty: the built-in text
-        QTest::newRow("nothing stored") << QVariant() << false << QString();
-        QTest::newRow("blank stored") << QVariant("  \r\n\t ") << false << QString();
-        QTest::newRow("text stored is trimmed")
-            << QVariant("\n DATA: x.dat;\r\n") << false << "DATA: x.dat;";
-        QTest::newRow("reset ignores stored text") << QVariant("DATA: x.dat;") << true << QString();
+        addTableRows(QFINDTESTDATA("defaultcommandset.txt"), {"stored", "reset", "expected"});
     }
     void defaultCommandSet()
     {
-        QFETCH(QVariant, stored);
-        QFETCH(bool, reset);
         QFETCH(QString, expected);
         MSettings settings;
-        if (stored.isValid())
-            settings.setDefaultCommandSet(stored.toString());
+        if (cell("stored") != "none")
+            settings.setDefaultCommandSet(
+                QString::fromUtf8(QByteArray::fromPercentEncoding(cell("stored").toUtf8())));
         const QString builtIn = MSettings::resourceText(MSettings::kDefaultCommandSetResource);
         QVERIFY(builtIn.startsWith("DATA: ;\r\nVARIABLES: ;\r\n"));
-        QCOMPARE(settings.defaultCommandSet(reset), expected.isEmpty() ? builtIn : expected);
+        QCOMPARE(settings.defaultCommandSet(cell("reset") == "reset"),
+                 expected.isEmpty() ? builtIn : expected);
     }
 
     void storedKeywordsAreIgnored()
@@ -226,7 +202,6 @@ private Q_SLOTS:
         MSettings settings;
         for (const QStringList &stored : {QStringList(), QStringList {"FOO", "BAR"}}) {
             settings.setKeywords(stored);
-            QCOMPARE(settings.keywords().size(), 53);
             QCOMPARE(settings.keywords(),
                      MSettings::resourceLines(MSettings::kDefaultKeywordsResource));
         }
@@ -294,28 +269,37 @@ private Q_SLOTS:
     }
     void fontParsing()
     {
-        QFETCH(QString, list);
         QFont font("Base", 7);
-        QTEST(QVariant(CSettings::parseFont(list.split('|'), font)).toString(), "parsed");
+        QTEST(QVariant(CSettings::parseFont(cells("list"), font)).toString(), "parsed");
         QTEST(font.family(), "family");
         QTEST(QString::number(font.pointSize()), "size");
     }
 
-    void fontSettersTakeEffectOnApply()
+    // The controller reads the store once and again on each apply; font setters write the
+    // store at once, the application font takes effect at once.
+    void applyRefreshesTheCache()
     {
         MSettings settings;
         CSettings controller(settings);
         controller.setEditorFont("Serif", 15);
         controller.setOutputFont("Monospace", 8);
         controller.setApplicationFont("Sans", 10);
+        settings.setComment("!");
+        settings.setCasesensetive(true);
         QCOMPARE(settings.editorFont(), QStringList({"Serif", "15"}));
         QCOMPARE(QGuiApplication::font().pointSize(), 10);
-        QCOMPARE(controller.editorFont().pointSize(), 12); // cached until applied
+        QCOMPARE(controller.editorFont().pointSize(), 12);
+        QCOMPARE(controller.comment(), QStringLiteral("#"));
         QSignalSpy applied(&controller, &CSettings::did_apply);
         Q_EMIT controller.do_apply();
         QCOMPARE(applied.count(), 1);
         QCOMPARE(controller.editorFont().pointSize(), 15);
         QCOMPARE(controller.outputFont().pointSize(), 8);
+        QCOMPARE(controller.comment(), QStringLiteral("!"));
+        QVERIFY(controller.casesensetive());
+        // The list of the other engine's keywords keeps its odd entries.
+        QCOMPARE(controller.mplusKeywords().size(), 24);
+        QCOMPARE(controller.mplusKeywords().mid(19, 2), QStringList({"MODEL", "MONTECARLO MISSING"}));
     }
 
     void malformedStoredFontFallsBackToApplicationFont()
@@ -326,19 +310,6 @@ private Q_SLOTS:
         CSettings controller(settings);
         QCOMPARE(controller.editorFont(), QGuiApplication::font());
         QCOMPARE(controller.editorFont().pointSize(), 13);
-    }
-
-    void applyRefreshesTheCache()
-    {
-        MSettings settings;
-        CSettings controller(settings);
-        settings.setComment("!");
-        settings.setCasesensetive(true);
-        QCOMPARE(controller.comment(), QStringLiteral("#"));
-        controller.apply();
-        QCOMPARE(controller.comment(), QStringLiteral("!"));
-        QVERIFY(controller.casesensetive());
-        QCOMPARE(controller.mplusKeywords().size(), 24);
     }
 
     void enginePaths()
@@ -360,37 +331,29 @@ private Q_SLOTS:
     }
     void engineCheck()
     {
-        QFETCH(QString, storedExists);
-        QFETCH(QString, stableExists);
-        QFETCH(QString, checkDefault);
-        QFETCH(QString, expected);
         QTemporaryDir folder;
         const QString custom = folder.filePath("my engine");
         std::unique_ptr<FileGuard> customFile, stableFile;
-        if (storedExists == "1")
+        if (cell("storedExists") == "1")
             customFile = std::make_unique<FileGuard>(custom);
-        if (stableExists == "1")
+        if (cell("stableExists") == "1")
             stableFile = std::make_unique<FileGuard>(CSettings::stableEnginePath());
         MSettings settings;
         settings.setCommandLineToolName(custom);
         CSettings controller(settings);
         QSignalSpy failed(&controller, &CSettings::notifyTovrelCheckFailed);
-        if (checkDefault == "1")
+        if (cell("checkDefault") == "1")
             controller.checkCommandLineTool(true);
         else
             Q_EMIT controller.do_checkCommandLineTool();
         QTEST(QString::number(failed.count()), "failures");
         QCOMPARE(settings.commandLineToolName(),
-                 expected == "stable" ? CSettings::stableEnginePath() : custom);
+                 cell("expected") == "stable" ? CSettings::stableEnginePath() : custom);
     }
 
     void resetCommandLineTool_data()
     {
-        QTest::addColumn<QString>("stored");
-        QTest::addColumn<QString>("expected");
-        row("custom goes back to stable", QString("/opt/engine"), QString("stable"));
-        row("stable kept", QString("stable"), QString("stable"));
-        row("preview kept", QString("preview"), QString("preview"));
+        addTableRows(QFINDTESTDATA("resetengine.txt"), {"stored", "expected"});
     }
     void resetCommandLineTool()
     {

@@ -5,7 +5,9 @@
 #include "editor/syntaxhighlighter.h"
 #include "editor/wsyntaxeditor.h"
 #include "fileguard.h"
+#include "goldentable.h"
 #include "modalanswerer.h"
+#include "tablecell.h"
 #include "testmain.h"
 
 #include <QCheckBox>
@@ -100,36 +102,14 @@ private Q_SLOTS:
         settings().loadSettings();
     }
 
-    // Fields: start, stop, chains, width, height; the message, or the numbers stored.
     void plotDefaultsCheck_data()
     {
-        QTest::addColumn<QStringList>("fields");
-        QTest::addColumn<QString>("expected");
-        const QString max = "Default Plot Settings Error\nMax is only allowed for numberof chains "
-                            "and stop iteration!";
-        const QString text = "Default Plot Settings Error\nNon-numeric value given!";
-        const QString zero = "Default Plot Settings Error\nAll values must be greater than zero.";
-        const QString order = "Start Iterations must be less than Stop Iterations.";
-        // clang-format off
-        QTest::newRow("stop MAX, start 100") << QStringList{"100", "MAX", "2", "900", "400"} << "100 -1 2 900 400";
-        QTest::newRow("chains max in any case, blanks around") << QStringList{" 1 ", "50", "mAx", "9", "4"} << "1 50 -1 9 4";
-        QTest::newRow("start max") << QStringList{"max", "500", "2", "900", "400"} << max;
-        QTest::newRow("width max") << QStringList{"1", "500", "2", "Max", "400"} << max;
-        QTest::newRow("width zero") << QStringList{"1", "500", "2", "0", "400"} << zero;
-        QTest::newRow("negative chains") << QStringList{"1", "500", "-3", "900", "400"} << zero;
-        QTest::newRow("width abc") << QStringList{"1", "500", "2", "abc", "400"} << text;
-        QTest::newRow("empty height") << QStringList{"1", "500", "2", "900", ""} << text;
-        QTest::newRow("decimal start") << QStringList{"1.5", "500", "2", "900", "400"} << text;
-        QTest::newRow("beyond 32 bits") << QStringList{"1", "99999999999", "2", "900", "400"} << text;
-        QTest::newRow("start equals stop") << QStringList{"500", "500", "2", "900", "400"} << order;
-        QTest::newRow("first problem in field order wins") << QStringList{"600", "500", "x", "0", "400"} << text;
-        // clang-format on
+        addTableRows(QFINDTESTDATA("plotdefaults.txt"), {"fields", "expected"});
     }
     void plotDefaultsCheck()
     {
-        QFETCH(QStringList, fields);
         QVariantMap values;
-        const QString message = PlotDefaults::check(fields, values);
+        const QString message = PlotDefaults::check(cells("fields"), values);
         QStringList numbers;
         for (const QString &key : PlotDefaults::fieldKeys())
             numbers << values.value(key).toString();
@@ -137,75 +117,48 @@ private Q_SLOTS:
         QVERIFY(message.isEmpty() || values.isEmpty());
     }
 
-    // One widget set and applied: what a newly opened dialog shows, and what was stored.
+    // One widget set and applied twice: what a newly opened dialog shows, what was stored, and
+    // the restart notice a palette change gives once.
     void applyStoresWhatTheNextDialogShows_data()
     {
-        QTest::addColumn<QString>("widget");
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<QString>("shown");
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("value");
-        // clang-format off
-        QTest::newRow("stop max") << "le_end" << "max" << "MAX" << "Plot/Settings:eIter" << "-1";
-        QTest::newRow("chains") << "le_nchain" << "3" << "3" << "Plot/Settings:nchain" << "3";
-        QTest::newRow("width") << "le_width" << "640" << "640" << "Plot/Settings:width" << "640";
-        QTest::newRow("save type") << "cb_type" << "JPG (.jpg)" << "JPG (.jpg)" << "Plot/Settings:dType" << "2";
-        QTest::newRow("no GPU") << "cb_opengl" << "Disabled" << "Disabled" << "Plot/Settings:openGl" << "false";
-        QTest::newRow("no auto plot") << "cb_auto" << "No" << "No" << "Plot/Settings:autoPlot" << "false";
-        QTest::newRow("minimal highlighting inverted") << "chkAdvanceHighlight" << "1" << "1" << "SyntaxEditor/AdvanceHighlight" << "false";
-        QTest::newRow("vertical") << "radioButton_Vert" << "1" << "1" << "Tovrel/VerticalLayout" << "true";
-        QTest::newRow("light palette") << "lightButton" << "1" << "1" << "Tovrel/DarkModeSet" << "false";
-        QTest::newRow("no update check") << "chkAutoUpdate" << "0" << "0" << "Updater/AutoCheck" << "false";
-        QTest::newRow("mplus") << "mplusPath" << "/opt/mplus" << "/opt/mplus" << "Misc/MplusToolName" << "/opt/mplus";
-        QTest::newRow("keyword") << "leCommandsFileKeyword" << "@S" << "@S" << "Tovrel/CommandsFileKeyword" << "@S";
-        QTest::newRow("new script") << "teSyntaxEditorDefaultContent" << "DATA: x;" << "DATA: x;" << "SyntaxEditor/DefaultCommandSet" << "DATA: x;";
-        QTest::newRow("output size") << "spbSyntaxEditorOutLogFontSize" << "15" << "15" << "SyntaxEditor/OutLogFont" << "Courier New,15";
-        QTest::newRow("editor family kept though missing") << "spbSyntaxEditorFontSize" << "9" << "9" << "SyntaxEditor/Font" << "Courier New,9";
-        QTest::newRow("missing value not a number") << "leImportMissingValue" << "abc" << "0" << "SyntaxEditor/MissingValue" << "0";
-        QTest::newRow("missing command") << "cbImportMissingCommand" << "MISIND" << "MISIND" << "SyntaxEditor/MissingCommand" << "MISIND";
-        QTest::newRow("separator") << "leHeadersSeparator" << "," << "," << "ImportData/VariablesSeparator" << ",";
-        // clang-format on
+        addTableRows(QFINDTESTDATA("preferencesapply.txt"),
+                     {"widget", "typed", "shown", "key", "value"});
     }
     void applyStoresWhatTheNextDialogShows()
     {
         QFETCH(QString, widget);
-        QFETCH(QString, typed);
         SeenBox seen;
         ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
         QSignalSpy applied(&settings(), &CSettings::did_apply);
         {
             VSettings dialog;
-            setValue(field(dialog, widget), typed);
+            setValue(field(dialog, widget), cell("typed"));
+            click(dialog, "pb_Apply");
             click(dialog, "pb_Apply");
         }
-        QCOMPARE(applied.count(), 1);
-        QFETCH(QString, key);
-        QTEST(stored(key), "value");
+        QCOMPARE(applied.count(), 2);
+        QTEST(stored(cell("key")), "value");
         VSettings next;
         QTEST(valueOf(field(next, widget)), "shown");
-        QCOMPARE(seen.count, widget == "lightButton" ? 1 : 0); // the restart notice
+        QCOMPARE(seen.count, widget == "lightButton" ? 1 : 0);
+        QCOMPARE(seen.title + ": " + seen.text,
+                 widget == "lightButton"
+                     ? "Restart Required.: Color settings require restart to take effect."
+                     : ": ");
     }
 
     // Which engine button is checked and enabled for each stored choice and installed engine;
     // the path field holds the stored path only while Custom is checked.
     void engineChoice_data()
     {
-        QTest::addColumn<QString>("stored");
-        QTest::addColumn<bool>("stableInstalled");
-        QTest::addColumn<bool>("previewInstalled");
-        QTest::addColumn<QString>("checked");
-        // clang-format off
-        QTest::newRow("stable chosen and installed") << "stable" << true << false << "baseButton";
-        QTest::newRow("preview chosen, stable missing") << "preview" << false << true << "previewButton";
-        QTest::newRow("own program") << "/opt/engine" << true << true << "customButton";
-        QTest::newRow("nothing chosen") << "" << false << false << "customButton";
-        // clang-format on
+        addTableRows(QFINDTESTDATA("enginechoice.txt"),
+                     {"stored", "stableInstalled", "previewInstalled", "checked"});
     }
     void engineChoice()
     {
         QFETCH(QString, stored);
-        QFETCH(bool, stableInstalled);
-        QFETCH(bool, previewInstalled);
+        const bool stableInstalled = cell("stableInstalled") == "1";
+        const bool previewInstalled = cell("previewInstalled") == "1";
         std::unique_ptr<FileGuard> stable, preview;
         if (stableInstalled)
             stable = std::make_unique<FileGuard>(CSettings::stableEnginePath());
@@ -257,20 +210,6 @@ private Q_SLOTS:
         QVERIFY(!dialog.isVisible());
         QCOMPARE(seen.count, 1);
         QCOMPARE(stored("Tovrel/VerticalLayout"), QStringLiteral("true"));
-    }
-
-    void paletteRestartNoticeOnlyOnChange()
-    {
-        VSettings dialog;
-        SeenBox seen;
-        ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
-        setValue(field(dialog, "lightButton"), "1");
-        click(dialog, "pb_Apply");
-        QCOMPARE(seen.title + ": " + seen.text,
-                 "Restart Required.: Color settings require restart to take effect.");
-        click(dialog, "pb_Apply");
-        QTest::qWait(50);
-        QCOMPARE(seen.count, 1);
     }
 
     void cancelDiscardsEdits()

@@ -4,11 +4,14 @@
 #include "config/csettings.h"
 #include "config/msettings.h"
 #include "editor/wsyntaxeditor.h"
+#include "goldentable.h"
 #include "import/cimport.h"
 #include "import/datainspector.h"
 #include "import/mdatatable.h"
 #include "import/vimport.h"
 #include "modalanswerer.h"
+#include "tablecell.h"
+#include "testfiles.h"
 #include "workspace/filehandling.h"
 #include "workspace/workspace.h"
 
@@ -25,18 +28,18 @@
 
 namespace {
 
-QByteArray readAll(const QString &vPath)
-{
-    QFile file(vPath);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 QString joinedCells(const QList<DataInspector::Cell> &vCells)
 {
     QStringList texts;
     for (const DataInspector::Cell &cell : vCells)
         texts.append(cell.text.isEmpty() ? QStringLiteral("<empty>") : cell.text);
     return texts.join(',');
+}
+
+// A file's bytes as a table writes them, %XX standing for the byte XX.
+QByteArray fileBytes(const char *vColumn)
+{
+    return QByteArray::fromPercentEncoding(cell(vColumn).toUtf8());
 }
 
 } // namespace
@@ -50,9 +53,7 @@ class TestImport : public QObject
     QString write(const QByteArray &vContents, const QString &vName = QStringLiteral("data.csv"))
     {
         const QString path = m_dir.filePath(vName);
-        QFile file(path);
-        if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-            file.write(vContents);
+        writeFile(path, vContents);
         return path;
     }
 
@@ -61,119 +62,44 @@ private Q_SLOTS:
 
     void inspector_data()
     {
-        QTest::addColumn<QByteArray>("contents");
-        QTest::addColumn<QString>("separator");
-        QTest::addColumn<QString>("names"); // "" when no header is found
-        QTest::addColumn<int>("columns");
-        QTest::addColumn<int>("lines"); // non-blank lines, header included
-        QTest::addColumn<QString>("ragged"); // line:values of rows of another width
-        QTest::addColumn<QString>("texts"); // cells that are not numbers
-        QTest::addColumn<QString>("codes"); // missing codes seen
-        QTest::addColumn<QString>("error");
-        QTest::newRow("comma, header, NA") << QByteArray("id,age,score\n1,34,2.5\n2,NA,3.1\n")
-                                           << "comma" << "id|age|score" << 3 << 3 << "" << "NA"
-                                           << "NA" << "";
-        QTest::newRow("quoted header names")
-            << QByteArray("\"y\",\"x\"\n1,2\n") << "comma" << "y|x" << 2 << 2 << "" << "" << "" << "";
-        QTest::newRow("tab, no header") << QByteArray("1\t2\n3\t4\n") << "tab" << "" << 2 << 2
-                                        << "" << "" << "" << "";
-        QTest::newRow("semicolon with decimal commas")
-            << QByteArray("a;b\n1,5;2\n") << "semicolon" << "a|b" << 2 << 2 << "" << "1,5" << ""
-            << "";
-        QTest::newRow("blanks and -999") << QByteArray("1 -999 3\n  4   5\t-999\n") << "blanks"
-                                         << "" << 3 << 2 << "" << "" << "-999" << "";
-        QTest::newRow("ragged rows") << QByteArray("1,2,3\n4,5\n6,7,8\n9\n") << "comma" << ""
-                                     << 3 << 4 << "2:2 4:1" << "" << "" << "";
-        QTest::newRow("CR LF, trailing blank line")
-            << QByteArray("x,y\r\n1,2\r\n3,.\r\n\r\n") << "comma" << "x|y" << 2 << 3 << "" << "."
-            << "." << "";
-        QTest::newRow("UTF-8 names after a BOM")
-            << QByteArray("\xEF\xBB\xBFgröße,Länge\n1,2\n") << "comma" << "größe|Länge" << 2 << 2
-            << "" << "" << "" << "";
-        QTest::newRow("empty cell") << QByteArray("1,,3\n4,5,6\n") << "comma" << "" << 3 << 2
-                                    << "" << "<empty>" << "" << "";
-        QTest::newRow("codes, most used first") << QByteArray("1,NA\n.,2\n999,NA\n") << "comma"
-                                                << "" << 2 << 3 << "" << "NA,." << "NA,.,999"
-                                                << "";
-        QTest::newRow("empty file") << QByteArray() << "" << "" << 0 << 0 << "" << "" << ""
-                                    << "empty";
-        QTest::newRow("blank lines only") << QByteArray(" \n\n\t\n") << "" << "" << 0 << 0 << ""
-                                          << "" << "" << "empty";
-        QTest::newRow("zero byte") << QByteArray("1,2\n3\0,4\n", 10) << "" << "" << 0 << 0 << ""
-                                   << "" << "" << "not a text file: line 2";
-        QTest::newRow("not UTF-8") << QByteArray("1,2\n\xff\xfe,3\n") << "" << "" << 0 << 0 << ""
-                                   << "" << "" << "not a text file: line 2";
+        addTableRows(QFINDTESTDATA("inspector.txt"), {"contents", "separator", "names", "columns",
+                                                      "lines", "ragged", "texts", "codes", "error"});
     }
     void inspector()
     {
-        QFETCH(QByteArray, contents);
-        QFETCH(QString, separator);
-        QFETCH(QString, names);
-        QFETCH(int, columns);
-        QFETCH(int, lines);
-        QFETCH(QString, ragged);
-        QFETCH(QString, texts);
-        QFETCH(QString, codes);
-        QFETCH(QString, error);
+        const QByteArray contents = fileBytes("contents");
         DataInspector data(write(contents));
         data.inspectAll();
         QVERIFY(data.finished());
-        QVERIFY2(data.error().contains(error), qPrintable(data.error()));
-        if (!error.isEmpty())
+        QVERIFY2(data.error().contains(cell("error")), qPrintable(data.error()));
+        if (!cell("error").isEmpty())
             return;
-        QCOMPARE(data.separatorName(), separator);
-        QCOMPARE(data.hasHeader(), !names.isEmpty());
-        if (data.hasHeader())
-            QCOMPARE(data.headerNames().join('|'), names);
-        QCOMPARE(data.columns(), columns);
-        QCOMPARE(data.lineOffsets().size(), lines);
+        QTEST(data.separatorName(), "separator");
+        QTEST(data.hasHeader() ? data.headerNames().join('|') : QString(), "names");
+        QTEST(QString::number(data.columns()), "columns");
+        QTEST(QString::number(data.lineOffsets().size()), "lines");
         QStringList seen;
         for (const DataInspector::Ragged &row : data.raggedRows())
             seen.append(QStringLiteral("%1:%2").arg(row.line).arg(row.values));
-        QCOMPARE(seen.join(' '), ragged);
-        QCOMPARE(joinedCells(data.nonNumeric()), texts);
-        QCOMPARE(data.missingCodes().join(','), codes);
-        QCOMPARE(readAll(data.path()), contents); // only read
+        QTEST(seen.join(' '), "ragged");
+        QTEST(joinedCells(data.nonNumeric()), "texts");
+        QTEST(data.missingCodes().join(','), "codes");
+        QCOMPARE(readFile(data.path()), contents); // only read
     }
 
     void problems_data()
     {
-        QTest::addColumn<QByteArray>("contents");
-        QTest::addColumn<QString>("code"); // "" keeps the code chosen on opening
-        QTest::addColumn<int>("header"); // -1 keeps the detected header
-        QTest::addColumn<QString>("problem");
-        QTest::newRow("clean") << QByteArray("y,x\n1,-99\n") << "" << -1 << "";
-        QTest::newRow("only a header") << QByteArray("\n a,b,c \n") << "" << -1
-                                       << "Line 2 is a header line and no data follows it.";
-        QTest::newRow("ragged") << QByteArray("a,b\n1,2\n3\n4,5,6\n") << "" << -1
-                                << "Line 3 has 1 value, but the data has 2 columns (2 rows differ).";
-        QTest::newRow("NA taken as the code") << QByteArray("1,NA\n2,3\n") << "" << -1 << "";
-        QTest::newRow("NA with code -99")
-            << QByteArray("1,NA\n2,3\n") << "-99" << -1
-            << "Line 1, column 2: \"NA\" is not a number and not the missing-value code \"-99\" "
-               "(1 such cells).";
-        QTest::newRow("empty cell") << QByteArray("1,2\n3,\n,4\n") << "" << -1
-                                    << "Line 2, column 2 is empty (2 empty cells).";
-        QTest::newRow("header read as data") << QByteArray("a,b\n1,2\n") << "" << 0
-                                             << "Line 1: \"a\" is not a number.";
-        QTest::newRow("names of the wrong shape")
-            << QByteArray("my var,b\n1,2\n") << "" << -1
-            << "Column 1: \"my var\" is not a valid variable name";
-        QTest::newRow("names equal but for case")
-            << QByteArray("a,A\n1,2\n") << "" << -1 << "Column 1: \"a\" already names column 2.";
+        addTableRows(QFINDTESTDATA("problems.txt"), {"contents", "code", "header", "problem"});
     }
     void problems()
     {
-        QFETCH(QByteArray, contents);
-        QFETCH(QString, code);
-        QFETCH(int, header);
         QFETCH(QString, problem);
         CImport control;
-        QVERIFY(control.open(write(contents)));
-        if (header >= 0)
-            control.setHeader(header == 1);
-        if (!code.isEmpty())
-            control.setMissingCode(code);
+        QVERIFY(control.open(write(fileBytes("contents"))));
+        if (cell("header") == "data")
+            control.setHeader(false);
+        if (!cell("code").isEmpty())
+            control.setMissingCode(cell("code"));
         QVERIFY2(problem.isEmpty() ? control.problem().isEmpty()
                                    : control.problem().startsWith(problem),
                  qPrintable(control.problem()));
@@ -234,27 +160,15 @@ private Q_SLOTS:
     // problem, and nothing written beside the file.
     void badInputWritesNothing_data()
     {
-        QTest::addColumn<QByteArray>("contents");
-        QTest::addColumn<bool>("remove");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("empty") << QByteArray() << false << "The data file is empty";
-        QTest::newRow("only a header") << QByteArray("a b\n") << false << "Line 1 is a header";
-        QTest::newRow("ragged") << QByteArray("a b\n1 2\n3\n") << false << "Line 3 has 1 value";
-        QTest::newRow("binary") << QByteArray("\x89PNG\r\n\x1a\n\0\0", 10) << false
-                                << "not a text file: line 3";
-        QTest::newRow("removed while open") << QByteArray("a b\n1 2\n") << true << "was removed";
+        addTableRows(QFINDTESTDATA("badfiles.txt"), {"contents", "remove", "message"});
     }
     void badInputWritesNothing()
     {
-        QFETCH(QByteArray, contents);
-        QFETCH(bool, remove);
         QFETCH(QString, message);
+        const bool remove = cell("remove") == "yes";
         QTemporaryDir folder;
         const QString path = folder.filePath("bad.dat");
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(contents);
-        file.close();
+        writeFile(path, fileBytes("contents"));
         SeenBox seen;
         ModalAnswerer answer(clickBox(QMessageBox::Yes, &seen));
         VImport window;
@@ -270,22 +184,13 @@ private Q_SLOTS:
     // The copy handed to the engine holds the data lines exactly as the original has them.
     void headerFreeCopy_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QByteArray>("contents");
-        QTest::addColumn<QString>("copy");
-        QTest::addColumn<QString>("names");
-        QTest::newRow("BOM, CR LF") << "a.b.csv" << QByteArray("\xEF\xBB\xBFx;y\r\n1;2\r\n3;4")
-                                    << "a.b-noheader.csv" << "x y";
-        QTest::newRow("blank lines first, no suffix")
-            << "survey" << QByteArray("\n\n  x\ty\n\n1\t2\n") << "survey-noheader" << "x y";
+        addTableRows(QFINDTESTDATA("headerfreecopy.txt"), {"name", "contents", "copy", "names"});
     }
     void headerFreeCopy()
     {
-        QFETCH(QString, name);
-        QFETCH(QByteArray, contents);
         QFETCH(QString, copy);
-        QFETCH(QString, names);
-        const QString path = write(contents, name);
+        const QByteArray contents = fileBytes("contents");
+        const QString path = write(contents, cell("name"));
         CImport control;
         QSignalSpy handed(&control, &CImport::do_import);
         QVERIFY(control.open(path));
@@ -294,10 +199,10 @@ private Q_SLOTS:
         QVERIFY(control.createScript(nullptr));
         QCOMPARE(CImport::headerFreeName(path), m_dir.filePath(copy));
         QCOMPARE(handed.at(0).at(0).toString(), QDir::toNativeSeparators(m_dir.filePath(copy)));
-        QCOMPARE(handed.at(0).at(1).toString(), names);
+        QTEST(handed.at(0).at(1).toString(), "names");
         QCOMPARE(handed.at(0).at(2).toString(), QStringLiteral("-99"));
-        QCOMPARE(readAll(path), contents);
-        QCOMPARE(readAll(m_dir.filePath(copy)), contents.mid(contents.indexOf("\n1") + 1));
+        QCOMPARE(readFile(path), contents);
+        QCOMPARE(readFile(m_dir.filePath(copy)), contents.mid(contents.indexOf("\n1") + 1));
     }
 
     // From the Import Data action to a script the engine runs: open a file with a header,
@@ -306,7 +211,7 @@ private Q_SLOTS:
     {
         const QString source = qEnvironmentVariable("TOVREL_TEST_BIN_DIR")
             + "/User Guide Examples/2.2-Missing Outcome/outcome.dat";
-        const QByteArray original = "y x1 x2 x3\r\n" + readAll(source);
+        const QByteArray original = "y x1 x2 x3\r\n" + readFile(source);
         QVERIFY(original.size() > 100);
         const QString path = write(original, "survey data.dat");
         MainWindow main;
@@ -351,8 +256,6 @@ private Q_SLOTS:
                                              "Continue?"));
         QVERIFY(!window->isVisible());
         const QString copy = m_dir.filePath("survey data-noheader.dat");
-        QCOMPARE(readAll(path), original);
-        QCOMPARE(readAll(copy), original.mid(original.indexOf('\n') + 1));
 
         QCOMPARE(main.documents().size(), 1);
         QString script = main.documents().first()->editor()->toPlainText();
@@ -367,7 +270,7 @@ private Q_SLOTS:
                      {scriptPath, "--output", m_dir.filePath("imported.tovrel-out")});
         QVERIFY(engine.waitForFinished(60000));
         QVERIFY2(engine.exitCode() == 0, engine.readAllStandardError().constData());
-        QVERIFY(readAll(m_dir.filePath("imported.tovrel-out")).contains("dose"));
+        QVERIFY(readFile(m_dir.filePath("imported.tovrel-out")).contains("dose"));
     }
 };
 

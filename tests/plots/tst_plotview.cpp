@@ -1,5 +1,6 @@
 #include "goldentable.h"
 #include "modalanswerer.h"
+#include "tablecell.h"
 #include "testfiles.h"
 #include "testmain.h"
 #include "traceplots.h"
@@ -165,18 +166,14 @@ private Q_SLOTS:
     }
     void settingsValidation()
     {
-        QFETCH(QString, start);
-        QFETCH(QString, typed);
-        QFETCH(QString, messages);
         QFETCH(QString, result);
-        QFETCH(QString, left);
         QFETCH(QString, focus);
-        const Ints before = ints(start);
+        const Ints before = ints(cell("start"));
         auto panel = settingsPanel(before);
         QVERIFY(QTest::qWaitForWindowActive(panel.get()));
         QSignalSpy render(panel.get(), &PlotSettings::needs_Render);
         for (int i = 0; i < 5; ++i)
-            QTest::keyClicks(field(*panel, i), typed.section('|', i, i));
+            QTest::keyClicks(field(*panel, i), cell("typed").section('|', i, i));
         QStringList seen;
         ModalAnswerer answerer([&seen](QWidget *vModal) {
             auto *box = qobject_cast<QMessageBox *>(vModal);
@@ -184,9 +181,9 @@ private Q_SLOTS:
             box->button(QMessageBox::Ok)->click();
         });
         click(panel.get(), "pb_OK");
-        QCOMPARE(seen.join('|'), messages);
+        QTEST(seen.join('|'), "messages");
         QCOMPARE(valuesOf(*panel), result.isEmpty() ? before : ints(result));
-        QCOMPARE(joined(*panel, &QLineEdit::text), left.isEmpty() ? "||||" : left);
+        QCOMPARE(joined(*panel, &QLineEdit::text), cell("left").isEmpty() ? "||||" : cell("left"));
         QCOMPARE(render.size(), focus.isEmpty() && !result.isEmpty() ? 1 : 0);
         QCOMPARE(panel->isVisible(), !focus.isEmpty());
         if (!focus.isEmpty()) {
@@ -201,16 +198,12 @@ private Q_SLOTS:
 
     void settingsClosing_data()
     {
-        QTest::addColumn<QString>("keys"); // none: the Cancel button
-        QTest::addColumn<int>("start");
-        row("Cancel keeps the values", "", 5);
-        row("Esc, Ctrl+W keeps the values", "Esc, Ctrl+W", 5);
-        row("Return means OK", "Return", 7);
+        addTableRows(QFINDTESTDATA("settingsclosing.txt"), {"keys", "start"});
     }
     void settingsClosing()
     {
         QFETCH(QString, keys);
-        QFETCH(int, start);
+        const int start = cell("start").toInt();
         auto panel = settingsPanel({5, 50, 2, 900, 400});
         QVERIFY(QTest::qWaitForWindowActive(panel.get()));
         QSignalSpy render(panel.get(), &PlotSettings::needs_Render);
@@ -259,16 +252,12 @@ private Q_SLOTS:
     }
     void spinnerFade()
     {
-        QFETCH(QString, distance);
-        QFETCH(QString, lines);
-        QFETCH(QString, trail);
-        QFETCH(QString, minimum);
-        QFETCH(QString, baseAlpha);
         QFETCH(QString, expected);
         QColor base(Qt::red);
-        base.setAlphaF(baseAlpha.toDouble());
+        base.setAlphaF(cell("baseAlpha").toDouble());
         const QColor color = WaitingSpinnerWidget::currentLineColor(
-            distance.toInt(), lines.toInt(), trail.toDouble(), minimum.toDouble(), base);
+            cell("distance").toInt(), cell("lines").toInt(), cell("trail").toDouble(),
+            cell("minimum").toDouble(), base);
         QCOMPARE(color.rgb(), base.rgb());
         QVERIFY2(qAbs(color.alphaF() - expected.toDouble()) < 1e-4, // alpha is kept in 16 bits
                  qPrintable(QString("%1 != %2").arg(color.alphaF()).arg(expected)));
@@ -298,18 +287,11 @@ private Q_SLOTS:
         QCOMPARE(spinner.interval(), 1000);
     }
 
-    void order_data()
-    {
-        QTest::addColumn<int>("step");
-        QTest::addColumn<bool>("copy");
-        row("run order, not name order (plot10 after plot9)", 60, false);
-        row("oldest first whatever the names say", -60, false);
-        row("private copy sorts like its source", 1, true);
-    }
+    void order_data() { addTableRows(QFINDTESTDATA("order.txt"), {"step", "copy"}); }
     void order()
     {
-        QFETCH(int, step);
-        QFETCH(bool, copy);
+        const int step = cell("step").toInt();
+        const bool copy = cell("copy") == "copy";
         QTemporaryDir dir;
         QVERIFY(!plotFolder(dir).isEmpty());
         QStringList expected;
@@ -345,33 +327,19 @@ private Q_SLOTS:
         QVERIFY(!none.saveAllPdf(empty.filePath("all.pdf")) && QDir(empty.path()).isEmpty());
     }
 
-    void privateCopySurvivesItsSource()
-    {
-        auto source = std::make_unique<QTemporaryDir>();
-        SvgRender render(nullptr, plotFolder(*source), true);
-        QVERIFY(render.show(0));
-        source.reset();
-        QVERIFY(render.next());
-        QCOMPARE(render.scene()->sceneRect().size().toSize(), plotSize(2));
-        QTemporaryDir out;
-        QVERIFY(render.saveSvg(out.filePath("kept.svg")));
-        QCOMPARE(readFile(out.filePath("kept.svg")), readFile(m_plots.filePath("plot2.svg")));
-    }
-
     void saveBySuffix_data()
     {
         addTableRows(QFINDTESTDATA("savebysuffix.txt"), {"name", "size", "check"});
     }
     void saveBySuffix()
     {
-        QFETCH(QString, name);
-        QFETCH(QString, size);
         QFETCH(QString, check);
-        const QSize imageSize(size.section('x', 0, 0).toInt(), size.section('x', 1).toInt());
+        const QSize imageSize(cell("size").section('x', 0, 0).toInt(),
+                              cell("size").section('x', 1).toInt());
         QTemporaryDir dir;
         SvgRender render(nullptr, plotFolder(dir), false);
         render.show(4);
-        const QString target = dir.filePath(name);
+        const QString target = dir.filePath(cell("name"));
         if (check == "old")
             writeFile(target, "old");
         QCOMPARE(PlotExport::save(render, target, imageSize), check != "old" && check != "");
@@ -397,11 +365,8 @@ private Q_SLOTS:
     }
     void saveDialogTexts()
     {
-        QFETCH(QString, type);
-        QFETCH(QString, filter);
-        QFETCH(QString, proposed);
-        QCOMPARE(PlotExport::filter(type.toInt()), filter);
-        QCOMPARE(PlotExport::proposedName("/f", 3, type.toInt()), proposed);
+        QTEST(PlotExport::filter(cell("type").toInt()), "filter");
+        QTEST(PlotExport::proposedName("/f", 3, cell("type").toInt()), "proposed");
     }
 
     void panelPaging_data()
@@ -410,11 +375,8 @@ private Q_SLOTS:
     }
     void panelPaging()
     {
-        QFETCH(QString, plots);
         QFETCH(QString, clicks);
-        QFETCH(QString, label);
-        QFETCH(QString, enabled);
-        const int count = plots.toInt(), rightClicks = clicks.section(',', 0, 0).toInt();
+        const int count = cell("plots").toInt(), rightClicks = clicks.section(',', 0, 0).toInt();
         QTemporaryDir dir;
         WGraphPanel panel;
         panel.show();
@@ -423,8 +385,8 @@ private Q_SLOTS:
         auto *right = panel.findChild<QToolButton *>("tb_right");
         for (int i = 0; i < rightClicks + clicks.section(',', 1).toInt(); ++i)
             QTest::mouseClick(i < rightClicks ? right : left, Qt::LeftButton);
-        QCOMPARE(panel.findChild<QLabel *>("lb_page")->text(), label);
-        QCOMPARE(QString("%1,%2").arg(left->isEnabled()).arg(right->isEnabled()), enabled);
+        QTEST(panel.findChild<QLabel *>("lb_page")->text(), "label");
+        QTEST(QString("%1,%2").arg(left->isEnabled()).arg(right->isEnabled()), "enabled");
         QCOMPARE(panel.findChild<QToolButton *>("tb_save_plot")->isEnabled(), count > 0);
         if (count > 0)
             QCOMPARE(panel.findChild<QGraphicsView *>()->scene(), panel.render()->scene());
@@ -434,20 +396,10 @@ private Q_SLOTS:
         QVERIFY(!panel.findChild<QToolButton *>("tb_saveAll_plot")->isEnabled());
     }
 
-    void goTo_data()
-    {
-        QTest::addColumn<bool>("viewer");
-        QTest::addColumn<bool>("accept");
-        QTest::addColumn<QString>("page");
-        row("dock: OK shows the chosen parameter", false, true, "Plot : 9 of 12");
-        row("dock: Cancel keeps the page", false, false, "Plot : 2 of 12");
-        row("viewer: OK shows the chosen parameter", true, true, "Parameter 9 of 12");
-    }
+    void goTo_data() { addTableRows(QFINDTESTDATA("goto.txt"), {"from", "answer", "page"}); }
     void goTo()
     {
-        QFETCH(bool, viewer);
-        QFETCH(bool, accept);
-        QFETCH(QString, page);
+        const bool viewer = cell("from") == "viewer", accept = cell("answer") == "ok";
         QTemporaryDir dir;
         WGraphPanel panel;
         panel.showPlots(plotFolder(dir));
@@ -468,7 +420,7 @@ private Q_SLOTS:
                 : panel.findChild<QAction *>("actionGo_to"))
             ->trigger();
         QCOMPARE(seen, (QStringList {"Go to...", "Viewing Parameter 2 of 12", "1-12"}));
-        QCOMPARE(viewer ? window->windowTitle() : panel.pageText(), page);
+        QTEST(viewer ? window->windowTitle() : panel.pageText(), "page");
     }
 
     void savePlotDialog_data()
@@ -478,12 +430,10 @@ private Q_SLOTS:
     }
     void savePlotDialog()
     {
-        QFETCH(QString, from);
-        QFETCH(QString, answer);
         QFETCH(QString, written);
         QFETCH(QString, check);
         QFETCH(QString, type);
-        const bool fromViewer = from == "viewer";
+        const bool fromViewer = cell("from") == "viewer";
         QVariantMap plot = CSettings::instance().plotSettings();
         plot["dType"] = type.toInt();
         plot["width"] = 320;
@@ -502,6 +452,7 @@ private Q_SLOTS:
             click(&panel, "tb_popout");
         std::unique_ptr<GraphViewer> viewer(popped.value(0).value(0).value<GraphViewer *>());
         QStringList seen;
+        const QString answer = cell("answer");
         ModalAnswerer answerer(answerSave(answer.isEmpty() ? "" : out.filePath(answer), &seen));
         fromViewer ? click(viewer.get(), "pb_save") : click(&panel, "tb_save_plot");
         QCOMPARE(seen.mid(0, 3),

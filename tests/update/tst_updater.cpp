@@ -1,5 +1,8 @@
 #include "config/csettings.h"
+#include "goldentable.h"
 #include "modalanswerer.h"
+#include "tablecell.h"
+#include "testfiles.h"
 #include "testmain.h"
 #include "update/dupdate.h"
 #include "update/simplescheduler.h"
@@ -50,12 +53,6 @@ public:
     QString prefix() const { return QStringLiteral("http://127.0.0.1:%1/").arg(serverPort()); }
 };
 
-QByteArray readFile(const QString &vPath)
-{
-    QFile file(vPath);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 } // namespace
 
 class TestUpdater : public QObject
@@ -96,29 +93,11 @@ private Q_SLOTS:
 
     void checkParsesTheAnswer_data()
     {
-        QTest::addColumn<QByteArray>("answer"); // empty: a tool that cannot be started
-        QTest::addColumn<QString>("result"); // hasUpdates hasError exitedNormally updates
-        QTest::newRow("text around the list")
-            << "echo 'Fetching...'; " + kOneUpdate + "; echo done"
-            << R"(1 0 1 {Name: "tovrel"; Version: 4.1.0; Size: 1048576})";
-        QTest::newRow("two updates")
-            << QByteArray(R"(echo '<updates><update name="a" version="1.2" )"
-                          R"(size="3"/><update name="b" version="2.0.1"/></updates>')")
-            << R"(1 0 1 {Name: "a"; Version: 1.2; Size: 3}{Name: "b"; Version: 2.0.1; Size: 0})";
-        QTest::newRow("an empty list") << QByteArray("echo '<updates></updates>'") << "0 0 1 ";
-        QTest::newRow("no list: no updates")
-            << QByteArray("echo 'No updates available.'") << "0 0 1 ";
-        QTest::newRow("another element")
-            << QByteArray("echo '<updates><package/></updates>'") << "0 1 1 ";
-        QTest::newRow("malformed XML")
-            << QByteArray("echo '<updates><update></updates>'") << "0 1 1 ";
-        QTest::newRow("a crashing tool") << QByteArray("kill -SEGV $$") << "0 1 0 ";
-        QTest::newRow("a tool that cannot start") << QByteArray() << "0 1 0 ";
+        addTableRows(QFINDTESTDATA("toolanswers.txt"), {"answer", "result"});
     }
     void checkParsesTheAnswer()
     {
-        QFETCH(QByteArray, answer);
-        QFETCH(QString, result);
+        const QByteArray answer = cell("answer").toUtf8();
         Updater updater(tool(answer, !answer.isEmpty()));
         QSignalSpy done(&updater, &Updater::checkUpdatesDone);
         QSignalSpy running(&updater, &Updater::runningChanged);
@@ -133,7 +112,7 @@ private Q_SLOTS:
                                 << ' ' << int(updater.exitedNormally()) << ' ';
         for (const Updater::UpdateInfo &info : updater.updateInfo())
             QDebug(&seen).nospace() << info;
-        QCOMPARE(seen, result);
+        QTEST(seen, "result");
     }
 
     void schedulerRefuses()
@@ -154,54 +133,18 @@ private Q_SLOTS:
 
     void handlingOfTheResult_data()
     {
-        QTest::addColumn<QByteArray>("answer"); // empty: no tool installed
-        QTest::addColumn<Mode>("mode");
-        QTest::addColumn<QString>("skipped"); // the skip record, joined with ","
-        QTest::addColumn<QString>("shown"); // "title|start of text" of the one window; "": none
-        QTest::addColumn<QString>("click");
-        QTest::addColumn<QString>("after"); // the skip record, then the URL or tool arguments
-        const auto row
-            = [](const char *vName, const QByteArray &vAnswer, Mode vMode, const char *vSkipped,
-                 const QString &vShown, const char *vClick, const QString &vAfter) {
-                  QTest::newRow(vName) << vAnswer << vMode << QString(vSkipped) << vShown
-                                       << QString(vClick) << vAfter;
-              };
-        const QByteArray other = "echo '<updates><package/></updates>'", none = "echo '<updates/>'";
-        const QByteArray later
-            = R"(echo '<updates><update name="tovrel" version="4.2.0"/></updates>')";
-        const QString error
-            = "Error!|Unable to connect to check for update.\nPlease manually check at www.";
-        // The update dialog shows the release notes, or why they could not be fetched.
-        const QString update = "Software Update|Größere Änderungen\n- faster fits";
-        row("error, Open URL", other, Mode::Automatic, ",", error, "Open URL",
-            ", " + UpdateCheck::webPage());
-        row("crash, OK", "kill -SEGV $$", Mode::Manual, ",", error, "OK", ", ");
-        row("manual, up to date, Open Updater", none, Mode::Manual, ",",
-            "Update Check|Tovrel is up to date!", "Open Updater", ", --manage-packages");
-        row("automatic, up to date: silent", none, Mode::Automatic, ",", "", "", ", ");
-        row("automatic, skipped version: silent", kOneUpdate, Mode::Automatic, "4.1.0,", "", "",
-            "4.1.0, ");
-        row("automatic, another skipped: Skip This Version", kOneUpdate, Mode::Automatic, "4.0.9,",
-            update, "Skip This Version", "4.1.0, ");
-        row("manual ignores the skip record: Remind Me Later", kOneUpdate, Mode::Manual, "4.1.0,",
-            update, "Remind Me Later", ", ");
-        row("notes not found: Remind Me Later", later, Mode::Manual, ",",
-            "Software Update|Error transferring", "Remind Me Later", ", ");
-        row("automatic, no tool: silent", "", Mode::Automatic, ",", "", "", ", ");
-        row("manual, no tool: said so", "", Mode::Manual, ",",
-            "Update Check|No maintenance tool is installed", "OK", ", ");
+        addTableRows(QFINDTESTDATA("updatecheck.txt"),
+                     {"answer", "mode", "skipped", "shown", "click", "after"});
     }
     void handlingOfTheResult()
     {
-        QFETCH(QByteArray, answer);
-        QFETCH(Mode, mode);
-        QFETCH(QString, skipped);
-        QFETCH(QString, shown);
-        QFETCH(QString, click);
-        QFETCH(QString, after);
+        const QByteArray answer = cell("answer").toUtf8();
+        const QString shown = cell("shown"), click = cell("click");
+        const Mode mode = cell("mode") == "manual" ? Mode::Manual : Mode::Automatic;
+        const QString after = cell("after").replace("<web page>", UpdateCheck::webPage());
         QFile::remove(called());
         m_opened.clear();
-        CSettings::instance().setPreviousVersion(skipped.split(','));
+        CSettings::instance().setPreviousVersion(cell("skipped").split(','));
 
         QString seen;
         ModalAnswerer answerer([&](QWidget *vModal) {
