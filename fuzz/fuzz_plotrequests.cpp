@@ -15,7 +15,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *vData, size_t vSize)
     static QWidget *window = new QWidget;
     PlotRequests requests(QStringLiteral("/opt/engine/tovrel"), false);
     requests.evaluate(fuzz::text(vData, vSize), window);
-    if (requests.enginePath().isEmpty())
-        abort();
     return 0;
 }
