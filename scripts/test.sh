@@ -25,3 +25,12 @@ mkdir -p "$root/build-tests"
 run_suite "$root/build-tests/release" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTOVREL_BUILD_BENCHMARKS=OFF
 run_suite "$root/build-tests/sanitize" -DCMAKE_BUILD_TYPE=Debug -DTOVREL_SANITIZE=ON \
     -DTOVREL_BUILD_BENCHMARKS=OFF
+
+# Every fuzz target for a few seconds from its committed corpus, so a regression in a parser
+# shows at once. Needs clang with libFuzzer.
+if command -v clang++ > /dev/null; then
+    echo "== fuzz: short pass over the committed corpora"
+    TOVREL_FUZZ_BUILD="$root/build-tests/fuzz" "$root/scripts/fuzz.sh" 5
+else
+    echo "== fuzz: skipped, clang++ is not installed"
+fi

@@ -129,15 +129,42 @@ QStringList MSettings::resourceLines(const QString &vPath)
     return lines;
 }
 
+// A value a damaged file or another version of the studio left in a form this version cannot
+// use reads as unset, so the default applies to it alone and every other setting is kept.
+bool MSettings::usable(const QVariant &vStored, const QVariant &vDefault)
+{
+    if (!vStored.isValid())
+        return false;
+    switch (vDefault.typeId()) {
+    case QMetaType::Bool: {
+        if (vStored.typeId() == QMetaType::Bool)
+            return true;
+        const QString text = vStored.toString().toLower();
+        return text == QLatin1String("true") || text == QLatin1String("false")
+            || text == QLatin1String("1") || text == QLatin1String("0");
+    }
+    case QMetaType::Int: {
+        bool ok = false;
+        vStored.toInt(&ok);
+        return ok;
+    }
+    case QMetaType::QVariantMap:
+        return vStored.typeId() == QMetaType::QVariantMap;
+    default:
+        return true;
+    }
+}
+
 QVariant MSettings::read(const QString &vKey, const QVariant &vDefault) const
 {
-    return m_settings->value(vKey, vDefault);
+    const QVariant stored = m_settings->value(vKey);
+    return usable(stored, vDefault) ? stored : vDefault;
 }
 
 QVariant MSettings::readImport(const QString &vKey, const QVariant &vDefault) const
 {
     const QVariant stored = m_settings->value(vKey);
-    return m_importSettingsEnabled && stored.isValid() ? stored : vDefault;
+    return m_importSettingsEnabled && usable(stored, vDefault) ? stored : vDefault;
 }
 
 void MSettings::write(const QString &vKey, const QVariant &vValue)

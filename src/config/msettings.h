@@ -122,6 +122,7 @@ public:
     static QStringList resourceLines(const QString &vPath);
 
 private:
+    static bool usable(const QVariant &vStored, const QVariant &vDefault);
     QVariant read(const QString &vKey, const QVariant &vDefault = {}) const;
     QVariant readImport(const QString &vKey, const QVariant &vDefault) const;
     void write(const QString &vKey, const QVariant &vValue);

@@ -107,6 +107,7 @@ bool FileHandling::read()
     }
     setLines(QString::fromUtf8(file.readAll()));
     file.close();
+    rememberStamp();
     Q_EMIT did_read();
     qDebug(" ~ did_read ~ ");
     return true;
@@ -129,21 +130,33 @@ bool FileHandling::save(const QString &vText)
     };
     // Written beside the file and renamed over it only when complete, so a failed or interrupted
     // save leaves the previous file whole.
+    m_saveError.clear();
+    if (QFileInfo(m_fileName).isDir()) {
+        m_saveError = tr("A folder of that name is in the way.");
+        return false;
+    }
     QSaveFile atomic(m_fileName);
     if (atomic.open(QIODevice::WriteOnly | QIODevice::Text)) {
-        if (!write(atomic) || !atomic.commit())
+        if (!write(atomic) || !atomic.commit()) {
+            m_saveError = atomic.errorString();
             return false;
+        }
     } else {
         // No temporary file can be made in the folder (one the user may not write in, holding a
         // file the user may): the file itself is rewritten instead.
         QFile inPlace(m_fileName);
-        if (!inPlace.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))
+        if (!inPlace.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text)) {
+            m_saveError = inPlace.errorString();
             return false;
+        }
         const bool written = write(inPlace) && inPlace.flush();
         inPlace.close();
-        if (!written || inPlace.error() != QFileDevice::NoError)
+        if (!written || inPlace.error() != QFileDevice::NoError) {
+            m_saveError = inPlace.errorString();
             return false;
+        }
     }
+    rememberStamp();
     setLines(vText);
     Q_EMIT did_save();
     qDebug(" ~ did_save ~ ");
@@ -236,4 +249,19 @@ bool FileHandling::removeFirstLine()
     if (!m_lines.isEmpty())
         m_lines.removeFirst();
     return save(m_lines.join(m_lineBreak));
+}
+
+void FileHandling::rememberStamp()
+{
+    const QFileInfo info(m_fileName);
+    m_stampTime = info.lastModified();
+    m_stampSize = info.size();
+}
+
+bool FileHandling::changedOnDisk() const
+{
+    if (m_fileName.isEmpty() || m_stampSize < 0)
+        return false;
+    const QFileInfo info(m_fileName);
+    return info.isFile() && (info.lastModified() != m_stampTime || info.size() != m_stampSize);
 }

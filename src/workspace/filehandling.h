@@ -2,6 +2,7 @@
 #define FILEHANDLING_H
 
 #include <QChar>
+#include <QDateTime>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -36,6 +37,11 @@ public:
     bool saveAsText(const QString &vText);
     bool saveAsText(const QString &vSuggestedName, const QString &vText);
     bool isExample() const;
+    // True when the file on disk is no longer the one last read or saved here: another program
+    // rewrote it (a file deleted meanwhile is not "changed": saving only puts it back).
+    bool changedOnDisk() const;
+    // Why the last save failed, for the user.
+    QString saveError() const { return m_saveError; }
 
     QString headerLine(bool &vFound) const;
     bool checkSeparator();
@@ -58,6 +64,7 @@ private:
     // Shows a save dialog and, once a name is chosen, makes it the current file and saves there.
     bool saveWithDialog(const QString &vText, const QString &vFilter, const QString &vStartName);
     QString startPath(const QString &vName) const;
+    void rememberStamp();
 
     QChar m_lineBreak = QLatin1Char('\n');
     QStringList m_lines;
@@ -69,6 +76,10 @@ private:
     QString m_patterns = QStringLiteral("*.dat *.csv *.data *.txt *.tovrel-out *.inp *.out *imp");
     QString m_filterTemplate;
     QString m_folder;
+    // Modification time and size of the file as last read or saved.
+    QDateTime m_stampTime;
+    qint64 m_stampSize = -1;
+    QString m_saveError;
 };
 
 #endif // FILEHANDLING_H

@@ -342,7 +342,22 @@ bool Workspace::on_save(bool vSaveAs)
             : tr("Untitled") + QString::number(m_documentNumber);
         saved = m_file->saveAs(text, suggested);
     } else {
+        // Another program's version would be lost without a word: the user decides.
+        if (m_file->changedOnDisk()
+            && QMessageBox::warning(this, displayName(),
+                                    tr("\"%1\" has been changed by another program since it was "
+                                       "opened.\nDo you want to overwrite it?")
+                                        .arg(QDir::toNativeSeparators(m_file->fileName())),
+                                    QMessageBox::Save | QMessageBox::Cancel, QMessageBox::Cancel)
+                != QMessageBox::Save)
+            return false;
         saved = m_file->save(text);
+        // The text stays in the editor, still marked modified; the user learns why.
+        if (!saved)
+            QMessageBox::critical(this, displayName(),
+                                  tr("\"%1\" could not be saved.\n%2")
+                                      .arg(QDir::toNativeSeparators(m_file->fileName()),
+                                           m_file->saveError()));
     }
     if (!saved)
         return false;

@@ -263,6 +263,34 @@ private Q_SLOTS:
         QCOMPARE(stored.join('\n') + '\n', QString::fromUtf8(golden.readAll()));
     }
 
+    // Values damaged in the file, or written by a newer studio: what cannot be read takes its
+    // default, the rest is kept, and nothing is thrown away when the studio writes.
+    void unreadableSettingsFallBackOneByOne()
+    {
+        const QString path = QSettings().fileName();
+        QDir().mkpath(QFileInfo(path).absolutePath());
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray("Version=99.1.0\n[Tovrel]\nDarkModeSet=maybe\nVerticalLayout=true\n"
+                     "FutureKey=kept\n[SyntaxEditor]\nMissingValue=minus ninety-nine\n"
+                     "Comment=!\n[Plot]\nSettings=a newer format\n[Application]\n"
+                     "Font=Serif, 15\n"));
+        file.close();
+        {
+            MSettings s;
+            QCOMPARE(s.darkModeSet(), true);
+            QCOMPARE(s.verticalLayout(), true);
+            QCOMPARE(s.version(), QStringLiteral("99.1.0"));
+            QCOMPARE(s.comment(), QStringLiteral("!"));
+            QCOMPARE(s.applicationFont(), QStringList({"Serif", "15"}));
+            QCOMPARE(s.plotSettings(), MSettings::plotDefaults());
+            s.setAutoCheck(false);
+        }
+        MSettings again;
+        QCOMPARE(again.autoCheck(), false);
+        QCOMPARE(QSettings().value("Tovrel/FutureKey").toString(), QStringLiteral("kept"));
+    }
+
     void fontParsing_data()
     {
         addTableRows(QFINDTESTDATA("fonts.txt"), {"list", "parsed", "family", "size"});

@@ -1,0 +1,208 @@
+#include "testmain.h"
+
+#include "config/csettings.h"
+#include "editor/wsyntaxeditor.h"
+#include "modalanswerer.h"
+#include "testfiles.h"
+#include "workspace/workspace.h"
+
+#include <QDir>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QPointer>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+
+#ifdef Q_OS_LINUX
+#include <csignal>
+#include <sys/resource.h>
+#endif
+
+// Faults a user meets on the real document window with a real engine process and real files:
+// each ends with nothing lost and the window still answering.
+namespace {
+constexpr int kWaitMs = 120000;
+const QString kStandIn = QStringLiteral(TOVREL_TEST_ENGINE);
+} // namespace
+
+class TestFaults : public QObject
+{
+    Q_OBJECT
+    QTemporaryDir m_dir;
+    QString m_script;
+    QString m_plan;
+
+    std::unique_ptr<Workspace> document(const QByteArray &vPlan = "true")
+    {
+        writeFile(m_plan, vPlan);
+        CSettings::instance().setCommandLineToolName(kStandIn);
+        auto opened = std::make_unique<Workspace>();
+        opened->on_open(m_script);
+        return opened;
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_script = m_dir.filePath("fault.imp");
+        m_plan = m_dir.filePath("plan.sh");
+        qputenv("TESTENGINE_PLAN", QFile::encodeName(m_plan));
+        qunsetenv("TESTENGINE_RECORD");
+    }
+    void init()
+    {
+        QSettings().clear();
+        QDir(m_script).removeRecursively();
+        writeFile(m_script, "DATA: x.dat;\n");
+    }
+
+    // What the engine does to the output; what the output pane then ends with, whether the crash
+    // box comes.
+    void engineFaults_data()
+    {
+        QTest::addColumn<QByteArray>("plan");
+        QTest::addColumn<QString>("outputEnd");
+        QTest::addColumn<bool>("crashBox");
+        // clang-format off
+        QTest::newRow("crash in the middle of a line") << QByteArray("printf 'half a li'; kill -SEGV $$") << "half a li" << true;
+        QTest::newRow("killed by a signal") << QByteArray("echo before; kill -KILL $$") << "before\n" << true;
+        QTest::newRow("invalid UTF-8 and NUL bytes") << QByteArray("printf 'a\\377\\000b\\n\\303'") << QString::fromUtf16(u"a\uFFFD\0b\n", 5) << false;
+        QTest::newRow("1 MB without a line break") << QByteArray("head -c 1000000 /dev/zero | tr '\\000' x; echo end") << "xxxxend\n" << false;
+        // clang-format on
+    }
+    void engineFaults()
+    {
+        QFETCH(QByteArray, plan);
+        QFETCH(QString, outputEnd);
+        QFETCH(bool, crashBox);
+        auto opened = document(plan);
+        SeenBox seen;
+        ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
+        QSignalSpy finished(opened.get(), &Workspace::process_finished);
+        opened->on_run();
+        // Typed while the engine runs: never lost, whatever the engine does.
+        opened->editor()->setPlainText("DATA: x.dat; # unsaved\n");
+        QVERIFY(finished.wait(kWaitMs));
+        QTest::qWait(50);
+        QCOMPARE(seen.count, int(crashBox));
+        const QString output = opened->iterationHistory();
+        QVERIFY2(output.contains(outputEnd), qPrintable(output.right(80)));
+        QCOMPARE(opened->editor()->toPlainText(), "DATA: x.dat; # unsaved\n");
+        // Still answering: the next run goes ahead.
+        writeFile(m_plan, "echo again");
+        opened->on_run();
+        QVERIFY(finished.wait(kWaitMs));
+        QVERIFY(opened->iterationHistory().contains("again"));
+    }
+
+    // Saving a changed script when the file on disk is no longer what was opened. The user's
+    // text stays in the editor, marked modified, whenever the save does not happen.
+    void saveOverAChangedFile_data()
+    {
+        QTest::addColumn<QString>("change");
+        QTest::addColumn<QMessageBox::StandardButton>("answer");
+        QTest::addColumn<QString>("box");
+        QTest::addColumn<bool>("saved");
+        // clang-format off
+        QTest::newRow("changed elsewhere, kept") << "rewrite" << QMessageBox::Cancel << "\"%1\" has been changed by another program since it was opened.\nDo you want to overwrite it?" << false;
+        QTest::newRow("changed elsewhere, overwritten") << "rewrite" << QMessageBox::Save << "\"%1\" has been changed by another program since it was opened.\nDo you want to overwrite it?" << true;
+        QTest::newRow("deleted elsewhere: put back") << "delete" << QMessageBox::Ok << "" << true;
+        QTest::newRow("replaced by a folder") << "folder" << QMessageBox::Ok << "\"%1\" could not be saved.\nA folder of that name is in the way." << false;
+        QTest::newRow("disk full") << "full" << QMessageBox::Ok << "\"%1\" could not be saved.\n" << false;
+        // clang-format on
+    }
+    void saveOverAChangedFile()
+    {
+        QFETCH(QString, change);
+        QFETCH(QMessageBox::StandardButton, answer);
+        QFETCH(QString, box);
+        QFETCH(bool, saved);
+        auto opened = document();
+        const QString text = QString("MODEL: y ~ x;\n").repeated(change == "full" ? 20000 : 1);
+        opened->editor()->setPlainText(text);
+        opened->editor()->document()->setModified(true); // as typed
+        QByteArray before = "DATA: x.dat;\n";
+        if (change == "rewrite")
+            writeFile(m_script, before = "DATA: from another program.dat;\n");
+        else if (change == "delete")
+            QFile::remove(m_script);
+        else if (change == "folder")
+            QFile::remove(m_script), QDir().mkpath(m_script + "/inside");
+        SeenBox seen;
+        ModalAnswerer answerer(clickBox(answer, &seen));
+#ifdef Q_OS_LINUX
+        // A file size limit makes the write fail partway even for root.
+        rlimit old {};
+        getrlimit(RLIMIT_FSIZE, &old);
+        if (change == "full") {
+            std::signal(SIGXFSZ, SIG_IGN);
+            rlimit limited = old;
+            limited.rlim_cur = 16 * 1024;
+            setrlimit(RLIMIT_FSIZE, &limited);
+        }
+#else
+        if (change == "full")
+            QSKIP("needs a file size limit");
+#endif
+        const bool result = opened->on_save(false);
+#ifdef Q_OS_LINUX
+        setrlimit(RLIMIT_FSIZE, &old);
+#endif
+        QCOMPARE(result, saved);
+        QCOMPARE(seen.count, int(!box.isEmpty()));
+        QVERIFY2(box.isEmpty() || seen.text.startsWith(box.arg(QDir::toNativeSeparators(m_script))),
+                 qPrintable(seen.text));
+        QCOMPARE(opened->editor()->toPlainText(), text);
+        QCOMPARE(opened->isModified(), !saved);
+        if (change == "folder")
+            QVERIFY(QFileInfo::exists(m_script + "/inside"));
+        else if (saved)
+            QCOMPARE(readFile(m_script), text.toUtf8());
+        else
+            QCOMPARE(readFile(m_script), before);
+        QCOMPARE(QDir(m_dir.path()).entryList(QDir::Files).filter("fault.imp"),
+                 change == "folder" ? QStringList() : QStringList("fault.imp"));
+    }
+
+    // Twenty documents running, the studio closing: every question asked, every engine ended,
+    // every trace folder removed.
+    void twentyRunningDocumentsClosed()
+    {
+        QMdiArea area;
+        area.show();
+        std::vector<QPointer<Workspace>> documents;
+        QStringList pids;
+        QStringList folders;
+        for (int i = 0; i < 20; ++i) {
+            const QString pidFile = m_dir.filePath(QString("pid%1").arg(i));
+            QFile::remove(pidFile);
+            documents.push_back(
+                document(QString("echo $$ > '%1'; exec sleep 60").arg(pidFile).toUtf8()).release());
+            area.addSubWindow(documents.back()); // owned by the area from now on
+            const QString record = pidFile + ".args";
+            qputenv("TESTENGINE_RECORD", QFile::encodeName(record));
+            documents.back()->on_run();
+            QTRY_VERIFY_WITH_TIMEOUT(!readFile(pidFile).trimmed().isEmpty(), kWaitMs);
+            pids << QString::fromUtf8(readFile(pidFile)).trimmed();
+            documents.back()->editor()->document()->setModified(true); // typed while running
+            folders << QString::fromUtf8(readFile(record)).split('\n').value(5); // --traceplot
+            QVERIFY(QFileInfo(folders.last()).isDir());
+        }
+        qunsetenv("TESTENGINE_RECORD");
+        SeenBox seen;
+        ModalAnswerer answerer(clickBox(QMessageBox::Discard, &seen));
+        for (Workspace *opened : documents)
+            QVERIFY(opened->on_close());
+        QTRY_COMPARE(seen.count, 20);
+        QVERIFY(seen.text.contains("Do you want to save your changes?"));
+        for (const QString &pid : pids)
+            QVERIFY2(!QFileInfo::exists("/proc/" + pid), qPrintable(pid));
+        for (const QString &folder : folders)
+            QVERIFY2(!QFileInfo::exists(folder), qPrintable(folder));
+        QCOMPARE(readFile(m_script), "DATA: x.dat;\n");
+    }
+};
+
+TOVREL_TEST_MAIN(TestFaults)
+#include "tst_faults.moc"
