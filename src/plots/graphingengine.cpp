@@ -126,13 +126,35 @@ void GraphingEngine::sendErr(QString vMessage)
 
 void GraphingEngine::finished(int exitCode)
 {
-    // A failed run (a title gnuplot cannot parse, say) must not cost the user the other plots.
+    if (exitCode != 0 || m_process->exitStatus() == QProcess::CrashExit)
+        m_failed << m_next;
+    // A failed run (a title gnuplot cannot parse, a crash, a chain file gone) must not cost the
+    // user the other plots; the failures are reported together once the last run is done.
     if (m_next < m_scripts.size()) {
         runNext();
         return;
     }
+    if (!m_failed.isEmpty())
+        sendErr(failureReport());
     m_busy = false;
     Q_EMIT did_finish(exitCode);
+}
+
+QString GraphingEngine::failureReport() const
+{
+    // Up to five plots by the first line of their title; more read as a count.
+    constexpr int kNamed = 5;
+    QStringList names;
+    for (int run : m_failed.mid(0, kNamed))
+        names << QStringLiteral("plot %1: %2")
+                     .arg(run)
+                     .arg(m_labels.value(run - 1).section(u'\n', 0, 0));
+    if (m_failed.size() > kNamed)
+        names << QStringLiteral("...");
+    return QStringLiteral("gnuplot could not make %1 of the %2 plots (%3); the others are shown.")
+        .arg(m_failed.size())
+        .arg(m_scripts.size())
+        .arg(names.join(QStringLiteral(", ")));
 }
 
 void GraphingEngine::runNext()

@@ -2,6 +2,7 @@
 #define GRAPHINGENGINE_H
 
 #include <QDir>
+#include <QList>
 #include <QObject>
 #include <QProcess>
 #include <QString>
@@ -46,6 +47,8 @@ private:
     int startRuns();
     void runNext();
     void onProcessError(QProcess::ProcessError vError);
+    // Names the plots whose gnuplot run failed.
+    QString failureReport() const;
 
     QProcess *m_process = nullptr;
     QDir m_dir;
@@ -53,6 +56,8 @@ private:
     bool m_busy = false;
     QStringList m_scripts;
     int m_next = 0;
+    // Runs (1-based) that ended in an error or a crash.
+    QList<int> m_failed;
     QString m_gnuplot;
 };
 

@@ -11,6 +11,57 @@
 #include <QTextDocument>
 #include <QTimer>
 
+namespace {
+
+// vText as shown: a line longer than kMaxShownLineChars goes on over several blocks. vBlock and
+// vColumn are the block and column vText starts at; the blocks that continue a line are added
+// to vContinuations.
+QString breakLongLines(const QString &vText, int vBlock, qsizetype vColumn,
+                       QList<int> &vContinuations)
+{
+    constexpr qsizetype kMax = WOutputPane::kMaxShownLineChars;
+    const QStringView text(vText);
+    const auto lineEnd = [&text](qsizetype vFrom) {
+        const qsizetype at = text.indexOf(u'\n', vFrom);
+        return at < 0 ? text.size() : at;
+    };
+    bool needed = false;
+    for (qsizetype start = 0, column = vColumn; start <= text.size() && !needed;
+         start = lineEnd(start) + 1, column = 0)
+        needed = column + lineEnd(start) - start > kMax;
+    if (!needed)
+        return vText;
+
+    QString shown;
+    shown.reserve(vText.size() + vText.size() / kMax + 2);
+    int block = vBlock;
+    qsizetype column = vColumn;
+    for (qsizetype start = 0; start <= text.size();) {
+        const qsizetype end = lineEnd(start);
+        while (end - start > kMax - column) {
+            qsizetype take = kMax - column;
+            // A character made of two code units stays on one display line.
+            if (take > 1 && text.at(start + take - 1).isHighSurrogate())
+                --take;
+            shown += text.mid(start, take);
+            shown += u'\n';
+            vContinuations << ++block;
+            start += take;
+            column = 0;
+        }
+        shown += text.mid(start, end - start);
+        if (end == text.size())
+            break;
+        shown += u'\n';
+        ++block;
+        column = 0;
+        start = end + 1;
+    }
+    return shown;
+}
+
+} // namespace
+
 WOutputPane::WOutputPane(QWidget *parent)
     : QPlainTextEdit(parent)
     , m_flushTimer(new QTimer(this))
@@ -57,9 +108,11 @@ void WOutputPane::flush()
         return;
     QScrollBar *bar = verticalScrollBar();
     const bool atEnd = bar->value() >= bar->maximum();
+    const QTextBlock last = document()->lastBlock();
     QTextCursor cursor(document());
     cursor.movePosition(QTextCursor::End);
-    cursor.insertText(m_pending);
+    cursor.insertText(
+        breakLongLines(m_pending, last.blockNumber(), last.length() - 1, m_continuations));
     m_pending.clear();
     if (atEnd)
         bar->setValue(bar->maximum());
@@ -70,14 +123,28 @@ void WOutputPane::flush()
 QString WOutputPane::text()
 {
     flush();
-    return toPlainText();
+    QString plain = toPlainText();
+    if (m_continuations.isEmpty())
+        return plain;
+    // The display breaks of long lines are not part of the text.
+    QString whole;
+    whole.reserve(plain.size());
+    qsizetype from = 0;
+    for (int block : qAsConst(m_continuations)) {
+        const qsizetype lineBreak = document()->findBlockByNumber(block).position() - 1;
+        whole += QStringView(plain).mid(from, lineBreak - from);
+        from = lineBreak + 1;
+    }
+    whole += QStringView(plain).mid(from);
+    return whole;
 }
 
 void WOutputPane::setText(const QString &vText)
 {
     m_flushTimer->stop();
     m_pending.clear();
-    setPlainText(vText);
+    m_continuations.clear();
+    setPlainText(breakLongLines(vText, 0, 0, m_continuations));
 }
 
 void WOutputPane::setHighlighter(OutputHighlighter *vHighlighter)

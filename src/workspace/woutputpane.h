@@ -1,6 +1,7 @@
 #ifndef WOUTPUTPANE_H
 #define WOUTPUTPANE_H
 
+#include <QList>
 #include <QPlainTextEdit>
 #include <QPointer>
 #include <QString>
@@ -22,6 +23,11 @@ public:
     // once regardless: together they bound the longest pause one insertion causes.
     static constexpr int kFlushIntervalMs = 50;
     static constexpr qsizetype kMaxPendingChars = 64 * 1024;
+    // A line longer than this is shown on several display lines; text() still gives it whole.
+    // One ever-growing line would be laid out and shaped again at each insertion and paint, so
+    // a flood without line breaks would cost time with the square of its length (100 MB took
+    // minutes; broken at 1024 characters it streams in about 20 s, at 4096 in about 45 s).
+    static constexpr qsizetype kMaxShownLineChars = 1024;
 
     explicit WOutputPane(QWidget *parent = nullptr);
     ~WOutputPane() override;
@@ -59,6 +65,8 @@ private:
     void scheduleHighlight();
 
     QString m_pending;
+    // Numbers of the blocks that continue the line before them (in ascending order).
+    QList<int> m_continuations;
     QTimer *m_flushTimer = nullptr;
     // Lives in the document, which may outlive the pane or be given a new highlighter.
     QPointer<OutputHighlighter> m_highlighter;

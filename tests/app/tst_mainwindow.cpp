@@ -348,14 +348,29 @@ private Q_SLOTS:
         QVERIFY2(answer.contains(expected), qPrintable(answer));
     }
 
+    // The real executable, started on a settings file it has never seen, one a crash or a disk
+    // damaged, or one a newer version wrote: it opens its argument and keeps what it can read.
+    void realStudioOpensItsArgument_data()
+    {
+        QTest::addColumn<QByteArray>("settings");
+        // clang-format off
+        QTest::newRow("first start") << QByteArray();
+        QTest::newRow("damaged settings file") << QByteArray("[Tovrel]\nVerticalLayout=true\n\0\xff\xfe\x01[[[=\nDarkModeSet=maybe\n[SyntaxEditor\nFont=@Variant(\0\0\x7f\n", 88);
+        QTest::newRow("settings of a newer version") << QByteArray("[General]\nVersion=99.0.0\n[Tovrel]\nVerticalLayout=true\nFutureKey=kept\n[Plot]\nSettings=@Variant(\\0\\0\\0\\x7f\\0\\0\\0\\x10NewerType)\n");
+        // clang-format on
+    }
     void realStudioOpensItsArgument()
     {
+        QFETCH(QByteArray, settings);
         const QString bin = qEnvironmentVariable("TOVREL_TEST_BIN_DIR");
         const QString studio = bin + "/tovrel-studio";
         if (!QFileInfo::exists(studio))
             QSKIP("the studio executable has not been built");
         const QString model = script("run me.imp");
         QTemporaryDir profile;
+        QDir().mkpath(profile.filePath("tovrel"));
+        if (!settings.isEmpty())
+            writeFile(profile.filePath("tovrel/gui.conf"), settings);
         QProcess process;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("XDG_CONFIG_HOME", profile.path());
@@ -378,6 +393,11 @@ private Q_SLOTS:
         process.waitForFinished();
         QVERIFY2(log.contains(QFile::encodeName(model)), log.constData());
         QVERIFY(!log.contains("ignored-second-argument"));
+        const QSettings stored(profile.filePath("tovrel/gui.conf"), QSettings::IniFormat);
+        QCOMPARE(stored.value("Tovrel/VerticalLayout").toString(),
+                 settings.isEmpty() ? "" : "true");
+        QCOMPARE(stored.value("Tovrel/FutureKey").toString(),
+                 settings.contains("Future") ? "kept" : "");
     }
 };
 

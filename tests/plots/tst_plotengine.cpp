@@ -138,7 +138,7 @@ private Q_SLOTS:
                  script.replace("{base}", run.dir.filePath("burn")));
         QCOMPARE(run.finished->at(0).at(0).toInt() == 0, drawn == "1");
         QCOMPARE(isCompleteSvg(run.svg(2)), drawn == "1");
-        QVERIFY(run.errors->isEmpty());
+        QCOMPARE(run.errors->isEmpty(), drawn == "1"); // a plot not drawn is reported
     }
 
     void imageNumberFollowsParameter()
@@ -167,6 +167,10 @@ private Q_SLOTS:
         QVERIFY(run.finished->wait(60000));
         QCOMPARE(run.finished->size(), 1);
         QCOMPARE(run.finished->at(0).at(0).toInt(), 0); // the last run's exit code
+        QCOMPARE(run.errors->size(), 1); // the failure is reported once, by name
+        QVERIFY2(run.errors->at(0).at(0).toString().contains(
+                     "1 of the 3 plots (plot 2: O'BRIEN regressed on X)"),
+                 qPrintable(run.errors->at(0).at(0).toString()));
         QVERIFY(isCompleteSvg(run.svg(1)) && !isCompleteSvg(run.svg(2)));
         QVERIFY(run.svg(3).contains("AFTER regressed on X"));
     }
