@@ -2,6 +2,7 @@
 
 #include "config/csettings.h"
 #include "editor/wsyntaxeditor.h"
+#include "faultguards.h"
 #include "modalanswerer.h"
 #include "plots/wgraphpanel.h"
 #include "testfiles.h"
@@ -17,10 +18,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
-#ifdef Q_OS_LINUX
-#include <csignal>
-#include <sys/resource.h>
-#endif
+#include <optional>
 
 // Faults a user meets on the real document window with a real engine process and real files:
 // each ends with nothing lost and the window still answering.
@@ -112,6 +110,8 @@ private Q_SLOTS:
         QTest::newRow("deleted elsewhere: put back") << "delete" << QMessageBox::Ok << "" << true;
         QTest::newRow("replaced by a folder") << "folder" << QMessageBox::Ok << "\"%1\" could not be saved.\nA folder of that name is in the way." << false;
         QTest::newRow("disk full") << "full" << QMessageBox::Ok << "\"%1\" could not be saved.\n" << false;
+        QTest::newRow("read-only folder, writable file: rewritten in place") << "read-only folder" << QMessageBox::Ok << "" << true;
+        QTest::newRow("read-only folder and file") << "read-only" << QMessageBox::Ok << "\"%1\" could not be saved.\n" << false;
         // clang-format on
     }
     void saveOverAChangedFile()
@@ -133,23 +133,26 @@ private Q_SLOTS:
             QFile::remove(m_script), QDir().mkpath(m_script + "/inside");
         SeenBox seen;
         ModalAnswerer answerer(clickBox(answer, &seen));
+        bool result = false;
 #ifdef Q_OS_LINUX
-        // A file size limit makes the write fail partway even for root.
-        rlimit old {};
-        getrlimit(RLIMIT_FSIZE, &old);
-        if (change == "full") {
-            std::signal(SIGXFSZ, SIG_IGN);
-            rlimit limited = old;
-            limited.rlim_cur = 16 * 1024;
-            setrlimit(RLIMIT_FSIZE, &limited);
+        const auto folderMode = QFile::permissions(m_dir.path());
+        if (change.startsWith("read-only")) {
+            if (change == "read-only")
+                QFile::setPermissions(m_script, QFileDevice::ReadOwner);
+            QFile::setPermissions(m_dir.path(), QFileDevice::ReadOwner | QFileDevice::ExeOwner);
         }
+        {
+            PermissionsBindRoot bound;
+            std::optional<DiskFull> full;
+            if (change == "full")
+                full.emplace(16 * 1024);
+            result = opened->on_save(false);
+        }
+        QFile::setPermissions(m_dir.path(), folderMode);
 #else
-        if (change == "full")
-            QSKIP("needs a file size limit");
-#endif
-        const bool result = opened->on_save(false);
-#ifdef Q_OS_LINUX
-        setrlimit(RLIMIT_FSIZE, &old);
+        if (change == "full" || change.startsWith("read-only"))
+            QSKIP("needs a file size limit and a way to keep root out of a folder");
+        result = opened->on_save(false);
 #endif
         QCOMPARE(result, saved);
         QCOMPARE(seen.count, int(!box.isEmpty()));

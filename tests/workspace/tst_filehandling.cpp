@@ -11,14 +11,6 @@
 #include <QSettings>
 #include <QSignalSpy>
 
-#ifdef Q_OS_LINUX
-#include <csignal>
-#include <linux/capability.h>
-#include <sys/resource.h>
-#include <sys/syscall.h>
-#include <unistd.h>
-#endif
-
 namespace {
 
 // Records what a file dialog showed as "title|filters|folder|file", then types vChoice into its
@@ -39,27 +31,6 @@ std::function<void(QWidget *)> chooseFile(const QString &vChoice, QString *vSeen
         static_cast<QDialog *>(dialog)->accept();
     };
 }
-
-#ifdef Q_OS_LINUX
-// Folder permissions bind root only without its override capability: this drops it from the
-// thread's effective set while the guard lives (nothing to drop for other users).
-class PermissionsBindRoot
-{
-public:
-    PermissionsBindRoot()
-    {
-        syscall(SYS_capget, &m_header, m_saved);
-        __user_cap_data_struct reduced[2] = {m_saved[0], m_saved[1]};
-        reduced[0].effective &= ~(1u << CAP_DAC_OVERRIDE);
-        syscall(SYS_capset, &m_header, reduced);
-    }
-    ~PermissionsBindRoot() { syscall(SYS_capset, &m_header, m_saved); }
-
-private:
-    __user_cap_header_struct m_header {_LINUX_CAPABILITY_VERSION_3, 0};
-    __user_cap_data_struct m_saved[2] {};
-};
-#endif
 
 } // namespace
 
@@ -142,72 +113,6 @@ private Q_SLOTS:
             QVERIFY(!seen.hadParent);
         }
         QCOMPARE(read.count() + saved.count(), 0);
-    }
-
-    void saveFailingHalfwayKeepsTheOldFile()
-    {
-#ifdef Q_OS_LINUX
-        const QString folder = path("failing save");
-        QVERIFY(QDir().mkpath(folder));
-        FileHandling handler;
-        openFile(handler, folder + "/results.imp", "DATA: old.dat;\n");
-        QSignalSpy saved(&handler, &FileHandling::did_save);
-        // A file size limit makes the write fail partway even for root, whom permissions do not
-        // stop.
-        std::signal(SIGXFSZ, SIG_IGN);
-        rlimit old {};
-        getrlimit(RLIMIT_FSIZE, &old);
-        rlimit limited = old;
-        limited.rlim_cur = 64 * 1024;
-        setrlimit(RLIMIT_FSIZE, &limited);
-        const bool result = handler.save(QString("MODEL: y ~ x;\n").repeated(100000));
-        setrlimit(RLIMIT_FSIZE, &old);
-        QVERIFY(!result);
-        QCOMPARE(saved.count(), 0);
-        QCOMPARE(readFile(handler.fileName()), "DATA: old.dat;\n");
-        QCOMPARE(QDir(folder).entryList(QDir::Files), QStringList("results.imp"));
-#else
-        QSKIP("needs a file size limit");
-#endif
-    }
-
-    // No temporary file can be made in a folder the user may not write in: a file the user may
-    // write is rewritten in place, one the user may not is reported unsaved.
-    void saveInAFolderWithoutWriteAccess_data()
-    {
-        QTest::addColumn<bool>("fileWritable");
-        QTest::newRow("writable file") << true;
-        QTest::newRow("read-only file") << false;
-    }
-    void saveInAFolderWithoutWriteAccess()
-    {
-#ifdef Q_OS_LINUX
-        QFETCH(bool, fileWritable);
-        const QString folder = path(QTest::currentDataTag());
-        QVERIFY(QDir().mkpath(folder));
-        FileHandling handler;
-        openFile(handler, folder + "/script.imp", "DATA: old.dat;\n");
-        QSignalSpy saved(&handler, &FileHandling::did_save);
-        const auto readOnly = QFileDevice::ReadOwner | QFileDevice::ExeOwner;
-        if (!fileWritable)
-            QFile::setPermissions(handler.fileName(), QFileDevice::ReadOwner);
-        QFile::setPermissions(folder, readOnly);
-        bool result = false;
-        {
-            PermissionsBindRoot bound;
-            if (fileWritable)
-                QTest::ignoreMessage(QtDebugMsg, " ~ did_save ~ ");
-            result = handler.save("DATA: new.dat;\n");
-        }
-        QFile::setPermissions(folder, readOnly | QFileDevice::WriteOwner);
-        QCOMPARE(result, fileWritable);
-        QCOMPARE(saved.count(), int(fileWritable));
-        QCOMPARE(readFile(handler.fileName()),
-                 fileWritable ? "DATA: new.dat;\n" : "DATA: old.dat;\n");
-        QCOMPARE(QDir(folder).entryList(QDir::Files), QStringList("script.imp"));
-#else
-        QSKIP("needs a way to keep root out of a folder");
-#endif
     }
 
     void separator_data()
