@@ -10,7 +10,8 @@ packages=(
     xvfb xauth
 )
 if [ "${1:-}" = "--test" ]; then
-    packages+=(desktop-file-utils appstream shared-mime-info dpkg-dev)
+    # clang with libFuzzer runs the short fuzz pass over the committed corpora.
+    packages+=(desktop-file-utils appstream shared-mime-info dpkg-dev clang libclang-rt-14-dev)
 fi
 
 missing=()
