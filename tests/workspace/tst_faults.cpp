@@ -1,5 +1,6 @@
 #include "testmain.h"
 
+#include "app/mainwindow.h"
 #include "config/csettings.h"
 #include "editor/wsyntaxeditor.h"
 #include "faultguards.h"
@@ -9,9 +10,6 @@
 #include "workspace/workspace.h"
 
 #include <QDir>
-#include <QMdiArea>
-#include <QMdiSubWindow>
-#include <QPointer>
 #include <QScopeGuard>
 #include <QSettings>
 #include <QSignalSpy>
@@ -230,42 +228,43 @@ private Q_SLOTS:
         QCOMPARE(seen.count, parameters == 3 ? 1 : 2);
     }
 
-    // Twenty documents running, the studio closing: every question asked, every engine ended,
-    // every trace folder removed.
+    // Twenty documents running, the main window closing: every question asked, every engine
+    // ended, every trace folder removed.
     void twentyRunningDocumentsClosed()
     {
-        QMdiArea area;
-        area.show();
-        std::vector<QPointer<Workspace>> documents;
-        QStringList pids;
-        QStringList folders;
+        writeFile(m_plan, "echo $$ > \"$TESTENGINE_RECORD.pid\"; exec sleep 60");
+        CSettings::instance().setVersion(MainWindow::versionText()); // no new-version resets
+        CSettings::instance().setCommandLineToolName(kStandIn);
+        MainWindow window;
+        window.show();
+        QStringList records;
         for (int i = 0; i < 20; ++i) {
-            const QString pidFile = m_dir.filePath(QString("pid%1").arg(i));
-            QFile::remove(pidFile);
-            documents.push_back(
-                document(QString("echo $$ > '%1'; exec sleep 60").arg(pidFile).toUtf8()).release());
-            area.addSubWindow(documents.back()); // owned by the area from now on
-            const QString record = pidFile + ".args";
-            qputenv("TESTENGINE_RECORD", QFile::encodeName(record));
-            documents.back()->on_run();
-            QTRY_VERIFY_WITH_TIMEOUT(!readFile(pidFile).trimmed().isEmpty(), kWaitMs);
-            pids << QString::fromUtf8(readFile(pidFile)).trimmed();
-            documents.back()->editor()->document()->setModified(true); // typed while running
-            folders << QString::fromUtf8(readFile(record)).split('\n').value(5); // --traceplot
-            QVERIFY(QFileInfo(folders.last()).isDir());
+            const QString script = m_dir.filePath(QString("model%1.imp").arg(i));
+            writeFile(script, "DATA: x.dat;\n");
+            window.on_open(script);
+            Workspace *opened = window.activeDocument();
+            QVERIFY(opened && opened->filePath() == script);
+            records << m_dir.filePath(QString("run%1").arg(i));
+            qputenv("TESTENGINE_RECORD", QFile::encodeName(records.last()));
+            opened->on_run();
+            QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(records.last() + ".pid").size() > 0, kWaitMs);
+            opened->editor()->insertPlainText("# typed while it runs\n");
         }
         qunsetenv("TESTENGINE_RECORD");
         SeenBox seen;
         ModalAnswerer answerer(clickBox(QMessageBox::Discard, &seen));
-        for (Workspace *opened : documents)
-            QVERIFY(opened->on_close());
-        QTRY_COMPARE(seen.count, 20);
+        QVERIFY(window.close());
+        QCOMPARE(seen.count, 20);
         QVERIFY(seen.text.contains("Do you want to save your changes?"));
-        for (const QString &pid : pids)
+        for (const QString &record : records) {
+            const QString pid = QString::fromUtf8(readFile(record + ".pid")).trimmed();
             QVERIFY2(!QFileInfo::exists("/proc/" + pid), qPrintable(pid));
-        for (const QString &folder : folders)
-            QVERIFY2(!QFileInfo::exists(folder), qPrintable(folder));
-        QCOMPARE(readFile(m_script), "DATA: x.dat;\n");
+            const QString folder = QString::fromUtf8(readFile(record)).split('\n').value(5);
+            QVERIFY2(!folder.isEmpty() && !QFileInfo::exists(folder),
+                     qPrintable(folder)); // --traceplot
+        }
+        QCOMPARE(readFile(m_dir.filePath("model7.imp")),
+                 "DATA: x.dat;\n"); // discarded, as answered
     }
 };
 
