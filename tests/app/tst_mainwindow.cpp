@@ -5,6 +5,7 @@
 #include "config/vsettings.h"
 #include "editor/wsyntaxeditor.h"
 #include "goldentable.h"
+#include "mainwindowfixture.h"
 #include "modalanswerer.h"
 #include "tablecell.h"
 #include "testfiles.h"
@@ -87,19 +88,10 @@ class TestMainWindow : public QObject
     MainWindow &window() { return *m_window; }
 
 private Q_SLOTS:
-    void init()
-    {
-        QSettings().clear();
-        CSettings::instance().setVersion(MainWindow::versionText());
-        CSettings::instance().loadSettings();
-        m_window = std::make_unique<MainWindow>();
-        m_window->show();
-    }
+    void init() { m_window = freshMainWindow(); }
     void cleanup()
     {
-        for (Workspace *document : window().documents())
-            document->editor()->document()->setModified(false);
-        m_window.reset();
+        discardMainWindow(m_window);
         flushDeletes();
     }
 

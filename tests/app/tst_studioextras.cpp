@@ -5,6 +5,7 @@
 #include "config/msettings.h"
 #include "editor/wlinenumberarea.h"
 #include "editor/wsyntaxeditor.h"
+#include "mainwindowfixture.h"
 #include "modalanswerer.h"
 #include "testfiles.h"
 #include "testmain.h"
@@ -53,19 +54,10 @@ class TestStudioExtras : public QObject
 private Q_SLOTS:
     void init()
     {
-        QSettings().clear();
-        CSettings::instance().setVersion(MainWindow::versionText());
-        CSettings::instance().loadSettings();
-        m_window = std::make_unique<MainWindow>();
-        m_window->show();
+        m_window = freshMainWindow();
         QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
     }
-    void cleanup()
-    {
-        for (Workspace *document : m_window->documents())
-            document->editor()->document()->setModified(false);
-        m_window.reset();
-    }
+    void cleanup() { discardMainWindow(m_window); }
 
     // Each row adds ("+name") or removes ("-name") paths in turn; "*N" adds N numbered files.
     void recentList_data()

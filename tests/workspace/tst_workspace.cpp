@@ -1,9 +1,9 @@
 #include "testmain.h"
 
-#include "app/mainwindow.h"
 #include "config/csettings.h"
 #include "editor/wsyntaxeditor.h"
 #include "faultguards.h"
+#include "mainwindowfixture.h"
 #include "modalanswerer.h"
 #include "plots/waitingspinnerwidget.h"
 #include "plots/wgraphpanel.h"
@@ -605,10 +605,9 @@ private Q_SLOTS:
     void twentyRunningDocumentsClosed()
     {
         writeFile(m_plan, "echo $$ > \"$TESTENGINE_RECORD.pid\"; exec sleep 60");
-        CSettings::instance().setVersion(MainWindow::versionText()); // no new-version resets
+        const auto owned = freshMainWindow();
+        MainWindow &window = *owned;
         CSettings::instance().setCommandLineToolName(kStandIn);
-        MainWindow window;
-        window.show();
         QStringList records;
         for (int i = 0; i < 20; ++i) {
             const QString script = m_dir.filePath(QString("model%1.imp").arg(i));
