@@ -176,30 +176,6 @@ private Q_SLOTS:
         QCOMPARE(joined(chunks), expected);
     }
 
-    void endOfRun_data()
-    {
-        addTableRows(QFINDTESTDATA("endofrun.txt"), {"plan", "exitCode", "text"});
-    }
-    void endOfRun()
-    {
-        QFETCH(QString, plan);
-        QFETCH(QString, exitCode);
-        QFETCH(QString, text);
-        QFile::remove(m_output);
-        ProcessHandling runner;
-        QSignalSpy out(&runner, &ProcessHandling::did_sendOut);
-        QSignalSpy failed(&runner, &ProcessHandling::did_errorOccur);
-        QSignalSpy finished(&runner, &ProcessHandling::did_finish);
-        runToEnd(runner, plan.toUtf8());
-        QCOMPARE(joined(out), text);
-        QCOMPARE(failed.count(), exitCode == "-1" ? 1 : 0);
-        if (exitCode == "-1")
-            QCOMPARE(failed.at(0).at(0).value<QProcess::ProcessError>(), QProcess::Crashed);
-        else
-            QCOMPARE(finished.at(0).at(0).toString(), exitCode);
-        QCOMPARE(readLines(m_output), text.isEmpty() ? QStringList("RESULTS") : QStringList());
-    }
-
     void stopAndCloseEndTheEngine()
     {
         auto *runner = new ProcessHandling;
