@@ -3,6 +3,8 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QFileDialog>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPointer>
 #include <QTimer>
@@ -65,6 +67,29 @@ inline std::function<void(QWidget *)> clickBox(QMessageBox::StandardButton vButt
             button->click();
         else
             box->reject();
+    };
+}
+
+// Answers message boxes with vButton (OK where a box has no such button) and file dialogs by
+// typing vFile into the name field as a user would (selectFile() leaves a focused field alone),
+// or Cancel when vFile is empty. vSeen gets each box's text, and each dialog's title, proposed
+// file and filters (joined by ";;").
+inline std::function<void(QWidget *)> answerDialogs(QMessageBox::StandardButton vButton,
+                                                    const QString &vFile, QStringList *vSeen)
+{
+    return [=](QWidget *vModal) {
+        if (auto *box = qobject_cast<QMessageBox *>(vModal)) {
+            *vSeen << box->text();
+            box->button(box->button(vButton) ? vButton : QMessageBox::Ok)->click();
+        } else if (auto *dialog = qobject_cast<QFileDialog *>(vModal)) {
+            *vSeen << dialog->windowTitle() << dialog->selectedFiles().value(0)
+                   << dialog->nameFilters().join(";;");
+            if (vFile.isEmpty())
+                return dialog->reject();
+            dialog->findChild<QLineEdit *>("fileNameEdit")->setText(vFile);
+            // Queued, so that a "replace?" box opens in the dialog's loop and gets answered too.
+            QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
+        }
     };
 }
 

@@ -101,28 +101,6 @@ QString joined(const PlotSettings &vPanel, QString (QLineEdit::*vGetter)() const
     return texts.join('|');
 }
 
-// The save dialogs as a user answers them: the name typed into the field (selectFile() leaves a
-// focused field alone) or Cancel for none, Yes to "replace?", OK to a warning. vSeen gets the
-// dialog's title, proposed file and first filter, then each message box's text.
-std::function<void(QWidget *)> answerSave(const QString &vFile, QStringList *vSeen)
-{
-    return [vFile, vSeen](QWidget *vModal) {
-        if (auto *box = qobject_cast<QMessageBox *>(vModal)) {
-            *vSeen << box->text();
-            box->button(box->button(QMessageBox::Yes) ? QMessageBox::Yes : QMessageBox::Ok)
-                ->click();
-        } else if (auto *dialog = qobject_cast<QFileDialog *>(vModal)) {
-            *vSeen << dialog->windowTitle() << dialog->selectedFiles().value(0)
-                   << dialog->nameFilters().value(0);
-            if (vFile.isEmpty())
-                return dialog->reject();
-            dialog->findChild<QLineEdit *>("fileNameEdit")->setText(vFile);
-            // Queued, so that a "replace?" box opens in the dialog's loop and gets answered too.
-            QMetaObject::invokeMethod(dialog, "accept", Qt::QueuedConnection);
-        }
-    };
-}
-
 void click(QWidget *vParent, const char *vButton)
 {
     QTest::mouseClick(vParent->findChild<QAbstractButton *>(vButton), Qt::LeftButton);
@@ -453,7 +431,8 @@ private Q_SLOTS:
         std::unique_ptr<GraphViewer> viewer(popped.value(0).value(0).value<GraphViewer *>());
         QStringList seen;
         const QString answer = cell("answer");
-        ModalAnswerer answerer(answerSave(answer.isEmpty() ? "" : out.filePath(answer), &seen));
+        ModalAnswerer answerer(
+            answerDialogs(QMessageBox::Yes, answer.isEmpty() ? "" : out.filePath(answer), &seen));
         fromViewer ? click(viewer.get(), "pb_save") : click(&panel, "tb_save_plot");
         QCOMPARE(seen.mid(0, 3),
                  (QStringList {"Save Plot", PlotExport::proposedName(out.path(), 1, type.toInt()),
@@ -492,7 +471,7 @@ private Q_SLOTS:
         for (int k = 1; k <= kPlots; ++k)
             expected << QStringLiteral("Saving Plots: %1 of 12").arg(k);
         QStringList seen;
-        ModalAnswerer answerer(answerSave(out.filePath("plots.pdf"), &seen));
+        ModalAnswerer answerer(answerDialogs(QMessageBox::Yes, out.filePath("plots.pdf"), &seen));
         click(&panel, "tb_saveAll_plot");
         QCOMPARE(seen.mid(1), (QStringList {out.filePath("plots.pdf"), "Images ( *.pdf)"}));
         QCOMPARE(shown, expected);
