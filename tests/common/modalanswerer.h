@@ -6,6 +6,7 @@
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QMetaEnum>
 #include <QPointer>
 #include <QTimer>
 
@@ -70,10 +71,17 @@ inline std::function<void(QWidget *)> clickBox(QMessageBox::StandardButton vButt
     };
 }
 
+// A standard button by its name in a table: "Save", "Cancel", ...
+inline QMessageBox::StandardButton buttonNamed(const QString &vName)
+{
+    return QMessageBox::StandardButton(
+        QMetaEnum::fromType<QMessageBox::StandardButtons>().keyToValue(qPrintable(vName)));
+}
+
 // Answers message boxes with vButton (OK where a box has no such button) and file dialogs by
 // typing vFile into the name field as a user would (selectFile() leaves a focused field alone),
 // or Cancel when vFile is empty. vSeen gets each box's text, and each dialog's title, proposed
-// file and filters (joined by ";;").
+// file (its folder when it proposes none) and filters (joined by ";;").
 inline std::function<void(QWidget *)> answerDialogs(QMessageBox::StandardButton vButton,
                                                     const QString &vFile, QStringList *vSeen)
 {
@@ -82,7 +90,8 @@ inline std::function<void(QWidget *)> answerDialogs(QMessageBox::StandardButton 
             *vSeen << box->text();
             box->button(box->button(vButton) ? vButton : QMessageBox::Ok)->click();
         } else if (auto *dialog = qobject_cast<QFileDialog *>(vModal)) {
-            *vSeen << dialog->windowTitle() << dialog->selectedFiles().value(0)
+            *vSeen << dialog->windowTitle()
+                   << dialog->selectedFiles().value(0, dialog->directory().absolutePath())
                    << dialog->nameFilters().join(";;");
             if (vFile.isEmpty())
                 return dialog->reject();

@@ -3,10 +3,12 @@
 #include "config/csettings.h"
 #include "editor/wsyntaxeditor.h"
 #include "faultguards.h"
+#include "goldentable.h"
 #include "mainwindowfixture.h"
 #include "modalanswerer.h"
 #include "plots/waitingspinnerwidget.h"
 #include "plots/wgraphpanel.h"
+#include "tablecell.h"
 #include "testfiles.h"
 #include "workspace/commandfill.h"
 #include "workspace/outputhighlighter.h"
@@ -155,25 +157,18 @@ private Q_SLOTS:
 
     void savePrompts_data()
     {
-        QTest::addColumn<bool>("closing");
-        QTest::addColumn<int>("button");
-        // clang-format off
-        QTest::newRow("run, Cancel: nothing runs, the pane is untouched") << false << int(QMessageBox::Cancel);
-        QTest::newRow("run, Save: saved, then run") << false << int(QMessageBox::Save);
-        QTest::newRow("close, Cancel: refused") << true << int(QMessageBox::Cancel);
-        QTest::newRow("close, Discard: closed, nothing saved") << true << int(QMessageBox::Discard);
-        // clang-format on
+        addTableRows(QFINDTESTDATA("saveprompts.txt"), {"closing", "button"});
     }
     void savePrompts()
     {
-        QFETCH(bool, closing);
-        QFETCH(int, button);
+        const bool closing = cell("closing") == "1";
+        const QMessageBox::StandardButton button = buttonNamed(cell("button"));
         const bool proceeds = button != QMessageBox::Cancel;
         auto document = standInDocument("echo ran");
         document->outputPane()->setText("before");
         document->editor()->textCursor().insertText("#");
         SeenBox seen;
-        ModalAnswerer answerer(clickBox(QMessageBox::StandardButton(button), &seen));
+        ModalAnswerer answerer(clickBox(button, &seen));
         QSignalSpy finished(document.get(), &Workspace::process_finished);
         const bool done = closing ? document->on_close()
                                   : (document->on_run(), proceeds && finished.wait(kWaitMs));
@@ -188,16 +183,11 @@ private Q_SLOTS:
 
     void examplePromptAskedOnce_data()
     {
-        QTest::addColumn<int>("button");
-        // clang-format off
-        QTest::newRow("Yes: Save As to a new file") << int(QMessageBox::Yes);
-        QTest::newRow("No: saved over the example") << int(QMessageBox::No);
-        QTest::newRow("Cancel: nothing saved") << int(QMessageBox::Cancel);
-        // clang-format on
+        addTableRows(QFINDTESTDATA("exampleprompt.txt"), {"button"});
     }
     void examplePromptAskedOnce()
     {
-        QFETCH(int, button);
+        const QMessageBox::StandardButton button = buttonNamed(cell("button"));
         const QString copy = m_dir.filePath("copy.imp");
         QFile::remove(copy);
         const QString chapter
@@ -209,7 +199,7 @@ private Q_SLOTS:
         QVERIFY(document.on_open(example));
         document.editor()->textCursor().insertText("#");
         QStringList seen;
-        ModalAnswerer answerer(answerDialogs(QMessageBox::StandardButton(button), copy, &seen));
+        ModalAnswerer answerer(answerDialogs(button, copy, &seen));
         QCOMPARE(document.on_save(false), button != QMessageBox::Cancel);
         QCOMPARE(readFile(example),
                  QByteArray(button == QMessageBox::No ? "#DATA: e.dat;\n" : "DATA: e.dat;\n"));
@@ -243,19 +233,12 @@ private Q_SLOTS:
 
     void openRedirects_data()
     {
-        QTest::addColumn<QString>("asked");
-        QTest::addColumn<bool>("mplus");
-        // clang-format off
-        QTest::newRow("engine output opens its script") << "Model.tovrel-out" << false;
-        QTest::newRow("output suffix in upper case") << "Model.TOVREL-OUT" << false;
-        QTest::newRow("Mplus output opens its input in Mplus mode") << "Model.out" << true;
-        QTest::newRow("a script opens as itself") << "Model.imp" << false;
-        // clang-format on
+        addTableRows(QFINDTESTDATA("openredirects.txt"), {"asked", "mplus"});
     }
     void openRedirects()
     {
         QFETCH(QString, asked);
-        QFETCH(bool, mplus);
+        const bool mplus = cell("mplus") == "1";
         const QString opened = mplus ? "Model.inp" : "Model.imp",
                       output = mplus ? "Model.out" : "Model.tovrel-out";
         for (const QString &name : {opened, output})
@@ -346,10 +329,8 @@ private Q_SLOTS:
     void closingDuringARunLeavesNoProcessNorFolder_data()
     {
         QTest::addColumn<bool>("destroy");
-        // clang-format off
-        QTest::newRow("closed") << false;
-        QTest::newRow("destroyed") << true;
-        // clang-format on
+        row("closed", false);
+        row("destroyed", true);
     }
     void closingDuringARunLeavesNoProcessNorFolder()
     {
@@ -378,53 +359,27 @@ private Q_SLOTS:
 
     void commandFill_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("command");
-        QTest::addColumn<QString>("value");
-        QTest::addColumn<bool>("caseSensitive");
-        QTest::addColumn<QString>("filled");
-        // clang-format off
-        QTest::newRow("empty command filled") << "DATA: ;\nMODEL: ;" << "DATA" << "a.dat" << false << "DATA: a.dat;\nMODEL: ;";
-        QTest::newRow("blanks around the colon") << "DATA \t:  ;" << "DATA" << "a.dat" << false << "DATA: a.dat;";
-        QTest::newRow("spelled as the setting, any case matched") << "data: ;" << "DATA" << "a.dat" << false << "DATA: a.dat;";
-        QTest::newRow("case-sensitive leaves other spellings") << "data: ;" << "DATA" << "a.dat" << true << "data: ;";
-        QTest::newRow("a command with a value stays") << "DATA: b.dat;" << "DATA" << "a.dat" << false << "DATA: b.dat;";
-        QTest::newRow("every empty one is filled") << "DATA: ; DATA:;" << "DATA" << "a" << false << "DATA: a; DATA: a;";
-        QTest::newRow("trimmed word and value") << "DATA: ;" << " DATA " << " a.dat " << false << "DATA: a.dat;";
-        QTest::newRow("blank value: unchanged") << "DATA: ;" << "DATA" << "  " << false << "DATA: ;";
-        QTest::newRow("the word is a pattern, unescaped") << "DATA: ; DAT: ;" << "DATA?" << "a" << false << "DATA?: a; DATA?: a;";
-        QTest::newRow("an invalid pattern: unchanged") << "DATA: ;" << "DA(TA" << "a" << false << "DATA: ;";
-        QTest::newRow("backslashes and percent signs kept") << "DATA: ;" << "DATA" << "C:\\d\\1 %1.dat" << false << "DATA: C:\\d\\1 %1.dat;";
-        // clang-format on
+        addTableRows(QFINDTESTDATA("commandfill.txt"),
+                     {"text", "command", "value", "caseSensitive", "filled"});
     }
     void commandFill()
     {
-        QFETCH(QString, text);
-        QFETCH(QString, command);
-        QFETCH(QString, value);
-        QFETCH(bool, caseSensitive);
-        QTEST(fillCommand(text, command, value, caseSensitive), "filled");
+        QTEST(
+            fillCommand(cell("text"), cell("command"), cell("value"), cell("caseSensitive") == "1"),
+            "filled");
     }
     // Faults a user meets, each ending with nothing lost and the window still answering.
     // What the engine does to the output; what the output pane then ends with, whether the crash
     // box comes.
     void engineFaults_data()
     {
-        QTest::addColumn<QByteArray>("plan");
-        QTest::addColumn<QString>("outputEnd");
-        QTest::addColumn<bool>("crashBox");
-        // clang-format off
-        QTest::newRow("crash in the middle of a line") << QByteArray("printf 'half a li'; kill -SEGV $$") << "half a li" << true;
-        QTest::newRow("killed by a signal") << QByteArray("echo before; kill -KILL $$") << "before\n" << true;
-        QTest::newRow("100 MB without a line break") << QByteArray("head -c 100000000 /dev/zero | tr '\\000' x; echo end") << "xxxxend\n" << false;
-        // clang-format on
+        addTableRows(QFINDTESTDATA("enginefaults.txt"), {"plan", "outputEnd", "crashBox"});
     }
     void engineFaults()
     {
-        QFETCH(QByteArray, plan);
         QFETCH(QString, outputEnd);
-        QFETCH(bool, crashBox);
-        auto opened = standInDocument(plan);
+        const bool crashBox = cell("crashBox") == "1";
+        auto opened = standInDocument(cell("plan").toUtf8());
         SeenBox seen;
         ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
         QSignalSpy finished(opened.get(), &Workspace::process_finished);
@@ -448,26 +403,13 @@ private Q_SLOTS:
     // text stays in the editor, marked modified, whenever the save does not happen.
     void saveOverAChangedFile_data()
     {
-        QTest::addColumn<QString>("change");
-        QTest::addColumn<QMessageBox::StandardButton>("answer");
-        QTest::addColumn<QString>("box");
-        QTest::addColumn<bool>("saved");
-        // clang-format off
-        QTest::newRow("changed elsewhere, kept") << "rewrite" << QMessageBox::Cancel << "\"%1\" has been changed by another program since it was opened.\nDo you want to overwrite it?" << false;
-        QTest::newRow("changed elsewhere, overwritten") << "rewrite" << QMessageBox::Save << "\"%1\" has been changed by another program since it was opened.\nDo you want to overwrite it?" << true;
-        QTest::newRow("deleted elsewhere: put back") << "delete" << QMessageBox::Ok << "" << true;
-        QTest::newRow("replaced by a folder") << "folder" << QMessageBox::Ok << "\"%1\" could not be saved.\nA folder of that name is in the way." << false;
-        QTest::newRow("disk full") << "full" << QMessageBox::Ok << "\"%1\" could not be saved.\n" << false;
-        QTest::newRow("read-only folder, writable file: rewritten in place") << "read-only folder" << QMessageBox::Ok << "" << true;
-        QTest::newRow("read-only folder and file") << "read-only" << QMessageBox::Ok << "\"%1\" could not be saved.\n" << false;
-        // clang-format on
+        addTableRows(QFINDTESTDATA("changedfile.txt"), {"change", "answer", "box", "saved"});
     }
     void saveOverAChangedFile()
     {
         QFETCH(QString, change);
-        QFETCH(QMessageBox::StandardButton, answer);
         QFETCH(QString, box);
-        QFETCH(bool, saved);
+        const bool saved = cell("saved") == "1";
         auto opened = standInDocument("true");
         const QString text = QString("MODEL: y ~ x;\n").repeated(change == "full" ? 20000 : 1);
         opened->editor()->setPlainText(text);
@@ -480,7 +422,7 @@ private Q_SLOTS:
         else if (change == "folder")
             QFile::remove(m_script), QDir().mkpath(m_script + "/inside");
         SeenBox seen;
-        ModalAnswerer answerer(clickBox(answer, &seen));
+        ModalAnswerer answerer(clickBox(buttonNamed(cell("answer")), &seen));
         bool result = false;
 #ifdef Q_OS_LINUX
         const auto folderMode = QFile::permissions(m_dir.path());
@@ -523,22 +465,14 @@ private Q_SLOTS:
     // reported once, and the document plots again once the cause is gone.
     void plotFaults_data()
     {
-        QTest::addColumn<int>("parameters"); // columns the chain files hold
-        QTest::addColumn<QByteArray>("atSecondPlot"); // what happens as gnuplot starts plot 2
-        QTest::addColumn<QString>("report");
-        QTest::addColumn<QString>("pages");
-        // clang-format off
-        QTest::newRow("gnuplot crashes on one plot") << 3 << QByteArray("kill -SEGV $$") << "1 of the 3 plots (plot 2:" << "Plot : 1 of 3";
-        QTest::newRow("labels name more parameters than the chains hold") << 2 << QByteArray() << "1 of the 3 plots (plot 3:" << "Plot : 1 of 3";
-        QTest::newRow("trace folder emptied while plotting") << 3 << QByteArray("rm -f \"$(cat \"$FAULT_DIR/trace\")\"/*") << "2 of the 3 plots (plot 2:" << "Plot : 1 of 1";
-        // clang-format on
+        addTableRows(QFINDTESTDATA("plotfaults.txt"),
+                     {"parameters", "atSecondPlot", "report", "pages"});
     }
     void plotFaults()
     {
-        QFETCH(int, parameters);
-        QFETCH(QByteArray, atSecondPlot);
         QFETCH(QString, report);
         QFETCH(QString, pages);
+        const int parameters = cell("parameters").toInt();
         // A gnuplot first on the PATH that counts its runs and misbehaves on the second.
         const QString bin = m_dir.filePath("bin");
         QDir().mkpath(bin);
@@ -546,7 +480,7 @@ private Q_SLOTS:
             bin + "/gnuplot",
             QByteArray("#!/bin/sh\nn=$(($(cat \"$FAULT_DIR/calls\" 2>/dev/null || echo 0) + 1))\n"
                        "echo $n > \"$FAULT_DIR/calls\"\n[ $n = 2 ] && { ")
-                + atSecondPlot + "\n:; }\nexec '"
+                + cell("atSecondPlot").toUtf8() + "\n:; }\nexec '"
                 + QStandardPaths::findExecutable("gnuplot").toUtf8() + "' \"$@\"\n");
         QFile::setPermissions(bin + "/gnuplot", QFile::ReadOwner | QFile::ExeOwner);
         QFile::remove(m_dir.filePath("calls"));
