@@ -311,19 +311,15 @@ private Q_SLOTS:
                                 "downloaded in the updater."));
     }
 
-    // A new version resets the plot defaults, the text of new scripts and a custom engine.
     void newVersionResets_data()
     {
-        QTest::addColumn<QString>("stored");
-        QTest::addColumn<bool>("reset");
-        QTest::newRow("older version") << " 4.0.0" << true;
-        QTest::newRow("fresh profile") << "" << true;
-        QTest::newRow("same version") << MainWindow::versionText() << false;
+        addTableRows(QFINDTESTDATA("newversion.txt"), {"stored", "reset"});
     }
     void newVersionResets()
     {
-        QFETCH(QString, stored);
-        QFETCH(bool, reset);
+        const QString stored
+            = cell("stored") == "current" ? MainWindow::versionText() : cell("stored");
+        const bool reset = cell("reset") == "1";
         m_window.reset();
         CSettings &settings = CSettings::instance();
         QSettings().clear();
@@ -342,17 +338,9 @@ private Q_SLOTS:
                  reset ? CSettings::stableEnginePath() : QStringLiteral("/opt/custom-engine"));
     }
 
-    // What "Tovrel Changelog..." shows for each kind of engine path.
     void engineVersion_data()
     {
-        QTest::addColumn<QString>("engine");
-        QTest::addColumn<QString>("expected");
-        const QString none = "No Tovrel computational engine was found";
-        row("the demo engine", qEnvironmentVariable("TOVREL_TEST_BIN_DIR") + "/tovrel", "4.0.1");
-        row("no path", "", none);
-        row("no such file", "/nowhere/tovrel", none);
-        row("not a program", "data.txt", "could not be started");
-        row("fails", "fails.sh", "could not report its version (exit code 3)");
+        addTableRows(QFINDTESTDATA("engineversion.txt"), {"engine", "expected"});
     }
     void engineVersion()
     {
@@ -363,6 +351,8 @@ private Q_SLOTS:
         QFile::setPermissions(m_dir.filePath("fails.sh"), QFile::ReadOwner | QFile::ExeOwner);
         if (engine.endsWith(".txt") || engine.endsWith(".sh"))
             engine = m_dir.filePath(engine);
+        else if (engine == "demo")
+            engine = qEnvironmentVariable("TOVREL_TEST_BIN_DIR") + "/tovrel";
         const QString answer = StudioInfo::engineVersion(engine);
         QVERIFY2(answer.contains(expected), qPrintable(answer));
     }
@@ -421,30 +411,11 @@ private Q_SLOTS:
 
     // Beyond the menus: line numbers, recent files, go to line, find in the output and links
     // from the output to the script.
-    // Each row adds ("+name") or removes ("-name") paths in turn; "*N" adds N numbered files.
-    void recentList_data()
-    {
-        QTest::addColumn<QStringList>("steps");
-        QTest::addColumn<QStringList>("expected");
-        QTest::newRow("most recent first")
-            << QStringList {"+a", "+b", "+c"} << QStringList {"c", "b", "a"};
-        QTest::newRow("again moves to the front")
-            << QStringList {"+a", "+b", "+a"} << QStringList {"a", "b"};
-        QTest::newRow("case does not make a new entry")
-            << QStringList {"+a", "+b", "+A"} << QStringList {"A", "b"};
-        QTest::newRow("ten kept, the oldest dropped")
-            << QStringList {"*12"}
-            << QStringList {"12", "11", "10", "9", "8", "7", "6", "5", "4", "3"};
-        QTest::newRow("a vanished file pruned")
-            << QStringList {"+a", "+b", "+c", "-b"} << QStringList {"c", "a"};
-        QTest::newRow("blank ignored") << QStringList {"+a", "+ "} << QStringList {"a"};
-    }
+    void recentList_data() { addTableRows(QFINDTESTDATA("recentlist.txt"), {"steps", "expected"}); }
     void recentList()
     {
-        QFETCH(QStringList, steps);
-        QFETCH(QStringList, expected);
         RecentFiles recent;
-        for (const QString &step : steps) {
+        for (const QString &step : cells("steps")) {
             if (step.startsWith('*'))
                 for (int i = 1; i <= step.mid(1).toInt(); ++i)
                     recent.add(m_dir.filePath(QString::number(i)));
@@ -456,7 +427,7 @@ private Q_SLOTS:
         QStringList names;
         for (const QString &path : recent.paths())
             names << QFileInfo(path).fileName();
-        QCOMPARE(names, expected);
+        QCOMPARE(names, cells("expected"));
         // A stored list reads back the same, and a longer stored list is cut to the limit.
         QCOMPARE(RecentFiles(recent.paths()).paths(), recent.paths());
     }
@@ -569,23 +540,11 @@ private Q_SLOTS:
         QTRY_VERIFY(document->findChild<QLineEdit *>("leReplace")->isEnabled());
     }
 
-    // What counts as a script line in the engine's output.
-    void linksFound_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("start");
-        QTest::addColumn<int>("line");
-        QTest::newRow("problem in a script") << "ERROR: script 'm.imp', line 12: oops" << 7 << 12;
-        QTest::newRow("command that led to the data")
-            << "ERROR: data file 'd', line 9: bad (DATA on line 2 of script 'm')" << 42 << 2;
-        QTest::newRow("warning") << "WARNING: Line 4: SEED is given more than once" << 9 << 4;
-        QTest::newRow("data line alone") << "ERROR: data file 'd', line 9: bad" << -1 << 0;
-    }
+    void linksFound_data() { addTableRows(QFINDTESTDATA("links.txt"), {"text", "start", "line"}); }
     void linksFound()
     {
         QFETCH(QString, text);
-        QFETCH(int, start);
-        QFETCH(int, line);
+        const int start = cell("start").toInt(), line = cell("line").toInt();
         const QList<ScriptLineLinks::Link> links = ScriptLineLinks::find(text);
         QCOMPARE(links.size(), line > 0 ? 1 : 0);
         if (line > 0)
