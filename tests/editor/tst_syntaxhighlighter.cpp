@@ -1,6 +1,7 @@
 #include "config/csettings.h"
 #include "editor/syntaxhighlighter.h"
 #include "goldentable.h"
+#include "tablecell.h"
 #include "testmain.h"
 
 #include <QRandomGenerator>
@@ -133,30 +134,19 @@ private Q_SLOTS:
 
     void matchesRulesAppliedOneByOne_data()
     {
-        QTest::addColumn<SyntaxMode>("mode");
-        QTest::addColumn<bool>("advanced");
-        QTest::addColumn<bool>("caseSensitive");
-        QTest::addColumn<QString>("marker");
-        QTest::newRow("engine") << SyntaxMode::Engine << true << false << "#";
-        QTest::newRow("engine, plain, case-sensitive, marker //")
-            << SyntaxMode::Engine << false << true << "//";
-        QTest::newRow("engine, broken marker") << SyntaxMode::Engine << true << false << "(";
-        QTest::newRow("mplus") << SyntaxMode::Mplus << true << false << "#";
-        QTest::newRow("mplus, plain, case-sensitive") << SyntaxMode::Mplus << false << true << "#";
+        addTableRows(QFINDTESTDATA("rulesapplied.txt"),
+                     {"mode", "advanced", "caseSensitive", "marker"});
     }
 
     void matchesRulesAppliedOneByOne()
     {
-        QFETCH(SyntaxMode, mode);
-        QFETCH(bool, advanced);
-        QFETCH(bool, caseSensitive);
-        QFETCH(QString, marker);
-        configure(advanced, caseSensitive, marker);
+        configure(cell("advanced") == "1", cell("caseSensitive") == "1", cell("marker"));
         const QStringList lines = corpus();
         QVERIFY(lines.size() > 1000);
         QTextDocument document(lines.join('\n'));
         auto *highlighter = new SyntaxHighlighter(&document);
-        highlighter->setSyntaxMode(mode);
+        highlighter->setSyntaxMode(cell("mode") == "mplus" ? SyntaxMode::Mplus
+                                                           : SyntaxMode::Engine);
 
         // Both ways of colouring: the whole document at once, and line by line as text is edited.
         QString mismatch = firstMismatch(document, *highlighter);
