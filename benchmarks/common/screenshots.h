@@ -1,7 +1,11 @@
 #ifndef SCREENSHOTS_H
 #define SCREENSHOTS_H
 
+#include "app/darkstyle.h"
+
+#include <QApplication>
 #include <QDir>
+#include <QPalette>
 #include <QString>
 #include <QWidget>
 
@@ -29,6 +33,14 @@ inline bool saveShot(QWidget &vWidget, const QString &vFile)
     const bool saved = vWidget.grab().save(vFile);
     std::printf("%-40s %s\n", qPrintable(vFile), saved ? "written" : "NOT written");
     return saved;
+}
+
+// The studio's own dark palette, the one its dark style installs at start-up.
+inline QPalette studioDarkPalette()
+{
+    QPalette palette = QApplication::style()->standardPalette();
+    DarkStyle().polish(palette);
+    return palette;
 }
 
 #endif // SCREENSHOTS_H

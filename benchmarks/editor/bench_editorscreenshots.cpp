@@ -8,7 +8,6 @@
 
 #include "editor/wsyntaxeditor.h"
 #include "editor/wtextfinder.h"
-#include "darkpalette.h"
 #include "screenshots.h"
 #include "testmain.h"
 
@@ -89,6 +88,6 @@ int main(int argc, char *argv[])
     const QDir folder = shotFolder(argc, argv);
     const QPalette light = QApplication::style()->standardPalette();
     const bool ok = shoot(folder.filePath("editor-light.png"), light)
-        && shoot(folder.filePath("editor-dark.png"), darkPalette());
+        && shoot(folder.filePath("editor-dark.png"), studioDarkPalette());
     return ok ? 0 : 1;
 }

@@ -6,7 +6,6 @@
 //
 // writes docs/document-light.png and docs/document-dark.png.
 
-#include "darkpalette.h"
 #include "screenshots.h"
 #include "testmain.h"
 
@@ -64,6 +63,7 @@ int main(int argc, char *argv[])
     const QPalette light = QApplication::style()->standardPalette();
     const bool ok
         = shoot(folder.filePath(QStringLiteral("document-light.png")), light, false, script)
-        && shoot(folder.filePath(QStringLiteral("document-dark.png")), darkPalette(), true, script);
+        && shoot(folder.filePath(QStringLiteral("document-dark.png")), studioDarkPalette(), true,
+                 script);
     return ok ? 0 : 1;
 }
