@@ -80,12 +80,11 @@ private Q_SLOTS:
     }
     void secondStartHandsOver()
     {
-        QFETCH(QString, delivered);
         Studio second(cell("arguments").split('|', Qt::SkipEmptyParts));
         // It ends by itself, successfully, before any window: a first studio never ends alone.
         QVERIFY2(second.endsAlone(), qPrintable(second.log));
         QVERIFY(second.log.contains("Another Instance Running"));
-        QVERIFY2(m_first->waitFor(received(delivered)), qPrintable(m_first->log));
+        QVERIFY2(m_first->waitFor(received(cell("delivered"))), qPrintable(m_first->log));
     }
 
     void crashedStudioDoesNotBlockTheNext()

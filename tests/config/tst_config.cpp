@@ -272,9 +272,9 @@ private Q_SLOTS:
         QFile file(path);
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(QByteArray("Version=99.1.0\n[Tovrel]\nDarkModeSet=maybe\nVerticalLayout=true\n"
-                     "FutureKey=kept\n[SyntaxEditor]\nMissingValue=minus ninety-nine\n"
-                     "Comment=!\n[Plot]\nSettings=a newer format\n[Application]\n"
-                     "Font=Serif, 15\n"));
+                              "FutureKey=kept\n[SyntaxEditor]\nMissingValue=minus ninety-nine\n"
+                              "Comment=!\n[Plot]\nSettings=a newer format\n[Application]\n"
+                              "Font=Serif, 15\n"));
         file.close();
         {
             MSettings s;
@@ -327,7 +327,8 @@ private Q_SLOTS:
         QVERIFY(controller.casesensetive());
         // The list of the other engine's keywords keeps its odd entries.
         QCOMPARE(controller.mplusKeywords().size(), 24);
-        QCOMPARE(controller.mplusKeywords().mid(19, 2), QStringList({"MODEL", "MONTECARLO MISSING"}));
+        QCOMPARE(controller.mplusKeywords().mid(19, 2),
+                 QStringList({"MODEL", "MONTECARLO MISSING"}));
     }
 
     void malformedStoredFontFallsBackToApplicationFont()
@@ -385,10 +386,9 @@ private Q_SLOTS:
     }
     void resetCommandLineTool()
     {
-        QFETCH(QString, stored);
         QFETCH(QString, expected);
         MSettings settings;
-        settings.setCommandLineToolName(resolveEngine(stored));
+        settings.setCommandLineToolName(resolveEngine(cell("stored")));
         CSettings controller(settings);
         controller.resetCommandLineTool();
         QCOMPARE(settings.commandLineToolName(), resolveEngine(expected));

@@ -5,6 +5,7 @@
 #include "editor/wsyntaxeditor.h"
 #include "editor/wtextfinder.h"
 #include "goldentable.h"
+#include "tablecell.h"
 #include "testmain.h"
 
 #include <QLabel>
@@ -108,12 +109,10 @@ private Q_SLOTS:
     // Each command is also one undo step.
     void editorCommands()
     {
-        QFETCH(QString, before);
         QFETCH(QString, action);
-        QFETCH(QString, after);
         WSyntaxEditor editor;
         showActive(&editor);
-        setMarkedText(editor, before);
+        setMarkedText(editor, cell("before"));
         const QString text = editor.toPlainText();
         const bool mplus = action.startsWith("mplus:");
         if (mplus)
@@ -124,7 +123,7 @@ private Q_SLOTS:
             QVERIFY(QMetaObject::invokeMethod(&editor, action.toLatin1().constData()));
         else
             QTest::keySequence(&editor, QKeySequence(action));
-        QCOMPARE(markedText(editor), after);
+        QCOMPARE(markedText(editor), cell("after"));
         const QString edited = editor.toPlainText();
         QTest::keySequence(&editor, QKeySequence::Undo);
         QCOMPARE(editor.toPlainText(), text);
@@ -216,10 +215,8 @@ private Q_SLOTS:
 
     void finderActions()
     {
-        QFETCH(QString, before);
         QFETCH(QString, action);
-        QFETCH(QString, after);
-        FinderWindow f(before);
+        FinderWindow f(cell("before"));
         field(f.finder, "leFind")->setText("ab");
         showActive(&f.window);
         if (action.startsWith("tb"))
@@ -229,7 +226,7 @@ private Q_SLOTS:
         else
             QTest::keySequence(f.editor, QKeySequence(action));
         // A button's shortcut clicks it with a short animation, so the result comes a moment later.
-        QTRY_COMPARE(markedText(*f.editor), after);
+        QTRY_COMPARE(markedText(*f.editor), cell("after"));
     }
 
     void finderWithoutEditorIsInert()
@@ -271,14 +268,13 @@ private Q_SLOTS:
     {
         QFETCH(QString, items);
         QFETCH(QString, currentRow);
-        QFETCH(QString, buttonName);
         QFETCH(QString, expected);
         QFETCH(QString, expectedCurrent);
         WListEditor editor;
         editor.setItems(items.split(',', Qt::SkipEmptyParts));
         auto *list = child<QListWidget>(&editor, "listWidget");
         list->setCurrentRow(currentRow.toInt());
-        QTest::mouseClick(button(&editor, buttonName), Qt::LeftButton);
+        QTest::mouseClick(button(&editor, cell("buttonName")), Qt::LeftButton);
         QCOMPARE(editor.items(), expected.split(','));
         if (!expectedCurrent.isEmpty()) {
             QCOMPARE(list->currentItem()->text(), expectedCurrent);

@@ -165,12 +165,11 @@ private Q_SLOTS:
     void colours()
     {
         QFETCH(QString, setup);
-        QFETCH(QString, line);
         QFETCH(QString, start);
         QFETCH(QString, length);
         QFETCH(QString, expected);
         configure(!setup.contains("plain"), setup.contains("case"));
-        QTextDocument document(line);
+        QTextDocument document(cell("line"));
         auto *highlighter = new SyntaxHighlighter(&document);
         highlighter->setSyntaxMode(setup.contains("mplus") ? SyntaxMode::Mplus
                                                            : SyntaxMode::Engine);

@@ -20,8 +20,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QProcess>
-#include <QScopeGuard>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QSettings>
 #include <QTableView>
 #include <QToolButton>
@@ -62,8 +62,9 @@ private Q_SLOTS:
 
     void inspector_data()
     {
-        addTableRows(QFINDTESTDATA("inspector.txt"), {"contents", "separator", "names", "columns",
-                                                      "lines", "ragged", "texts", "codes", "error"});
+        addTableRows(QFINDTESTDATA("inspector.txt"),
+                     {"contents", "separator", "names", "columns", "lines", "ragged", "texts",
+                      "codes", "error"});
     }
     void inspector()
     {
@@ -116,7 +117,6 @@ private Q_SLOTS:
     void missingCodeFollowsSettings()
     {
         QFETCH(bool, enabled);
-        QFETCH(QString, code);
         MSettings::instance().setImportSettingsEnabled(enabled);
         CSettings::instance().setMissingValue(-9);
         CSettings::instance().loadSettings();
@@ -126,7 +126,7 @@ private Q_SLOTS:
         });
         CImport control;
         QVERIFY(control.open(write("1,-9\n2,3\n")));
-        QCOMPARE(control.missingCode(), code);
+        QCOMPARE(control.missingCode(), cell("code"));
     }
 
     // The table shows rows while the file is still being read, and every row can be reached.
@@ -178,7 +178,8 @@ private Q_SLOTS:
         window.findChild<QPushButton *>("pb_Create")->click();
         QVERIFY2(seen.text.contains(message), qPrintable(seen.text));
         QVERIFY(window.findChild<QLabel *>("lbl_Status")->text().contains(message));
-        QCOMPARE(QDir(folder.path()).entryList(QDir::Files), remove ? QStringList() : QStringList{"bad.dat"});
+        QCOMPARE(QDir(folder.path()).entryList(QDir::Files),
+                 remove ? QStringList() : QStringList {"bad.dat"});
     }
 
     // The copy handed to the engine holds the data lines exactly as the original has them.
@@ -231,18 +232,19 @@ private Q_SLOTS:
 
         bool refused = false;
         {
-        ModalAnswerer rename([&refused](QWidget *vDialog) {
-            auto *field = vDialog->findChild<QLineEdit *>("le_Title");
-            auto *ok = vDialog->findChild<QToolButton *>("tb_OK");
-            field->setText("x 1");
-            ok->click();
-            refused = vDialog->findChild<QLabel *>("lblMessage")->isVisible();
-            field->setText("dose");
-            ok->click();
-        });
-        QHeaderView *heading = window->table()->horizontalHeader();
-        QTest::mouseDClick(heading->viewport(), Qt::LeftButton, {},
-                           QPoint(heading->sectionViewportPosition(1) + 5, heading->height() / 2));
+            ModalAnswerer rename([&refused](QWidget *vDialog) {
+                auto *field = vDialog->findChild<QLineEdit *>("le_Title");
+                auto *ok = vDialog->findChild<QToolButton *>("tb_OK");
+                field->setText("x 1");
+                ok->click();
+                refused = vDialog->findChild<QLabel *>("lblMessage")->isVisible();
+                field->setText("dose");
+                ok->click();
+            });
+            QHeaderView *heading = window->table()->horizontalHeader();
+            QTest::mouseDClick(
+                heading->viewport(), Qt::LeftButton, {},
+                QPoint(heading->sectionViewportPosition(1) + 5, heading->height() / 2));
         }
         QVERIFY(refused);
         QCOMPARE(window->controller()->model()->headers(), QStringList({"y", "dose", "x2", "x3"}));
@@ -251,9 +253,10 @@ private Q_SLOTS:
         SeenBox prompt;
         ModalAnswerer answer(clickBox(QMessageBox::Yes, &prompt));
         window->findChild<QPushButton *>("pb_Create")->click();
-        QCOMPARE(prompt.text, QStringLiteral("Data file contains header information.\nHeader "
-                                             "will be remove from data file.\nDo you want to "
-                                             "Continue?"));
+        QCOMPARE(prompt.text,
+                 QStringLiteral("Data file contains header information.\nHeader "
+                                "will be remove from data file.\nDo you want to "
+                                "Continue?"));
         QVERIFY(!window->isVisible());
         const QString copy = m_dir.filePath("survey data-noheader.dat");
 

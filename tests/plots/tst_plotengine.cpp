@@ -1,4 +1,5 @@
 #include "goldentable.h"
+#include "tablecell.h"
 #include "testfiles.h"
 #include "testmain.h"
 #include "traceplots.h"
@@ -73,11 +74,9 @@ private Q_SLOTS:
 
     void labelText()
     {
-        QFETCH(QString, type);
-        QFETCH(QString, argument);
-        QFETCH(QString, expected);
-        const QString line = QStringLiteral("\"y\" \"%1\" \"%2\"").arg(type, argument);
-        QCOMPARE(ParameterLabels::label(line, 3), expected + "\nParameter 3");
+        const QString line
+            = QStringLiteral("\"y\" \"%1\" \"%2\"").arg(cell("type"), cell("argument"));
+        QCOMPARE(ParameterLabels::label(line, 3), cell("expected") + "\nParameter 3");
     }
 
     void readLabels_data()
@@ -112,7 +111,6 @@ private Q_SLOTS:
     }
     void scriptText()
     {
-        QFETCH(QString, form);
         QFETCH(QString, requested);
         QFETCH(QString, nchain);
         QFETCH(QString, script);
@@ -129,7 +127,7 @@ private Q_SLOTS:
             QTest::ignoreMessage(QtDebugMsg,
                                  "Error! Ending iterations is greater than requested iterations. "
                                  "Defaulting to Max iter.");
-        QCOMPARE(form == "plain"
+        QCOMPARE(cell("form") == "plain"
                      ? run.engine->plotDefault("burn", requested.toInt())
                      : run.plot(requested.toInt(), bIter.toInt(), eIter.toInt(), nchain.toInt()),
                  1);
@@ -182,7 +180,6 @@ private Q_SLOTS:
     }
     void requestsWithoutRuns()
     {
-        QFETCH(QString, form);
         QFETCH(QString, fileBase);
         QFETCH(QString, missing);
         QFETCH(QString, message);
@@ -192,8 +189,8 @@ private Q_SLOTS:
         const QByteArray path = qgetenv("PATH");
         if (missing == "gnuplot")
             qputenv("PATH", run.dir.path().toLocal8Bit());
-        const int result = form == "plain" ? run.engine->plotDefault(fileBase, 1)
-                                           : run.plot(1, 1, -1, -1, fileBase);
+        const int result = cell("form") == "plain" ? run.engine->plotDefault(fileBase, 1)
+                                                   : run.plot(1, 1, -1, -1, fileBase);
         qputenv("PATH", path);
         QTEST(QString::number(result), "result");
         QCOMPARE(run.errors->size(), message.isEmpty() ? 0 : 1);

@@ -204,7 +204,6 @@ private Q_SLOTS:
     void settingsReset()
     {
         QFETCH(Ints, stored);
-        QFETCH(QString, placeholders);
         QFETCH(int, renders);
         const QVariantMap saved = CSettings::instance().plotSettings();
         QVariantMap changed = saved;
@@ -216,7 +215,7 @@ private Q_SLOTS:
         click(panel.get(), "pb_Reset");
         QCOMPARE(valuesOf(*panel), stored);
         QCOMPARE(joined(*panel, &QLineEdit::text), "||||");
-        QCOMPARE(joined(*panel, &QLineEdit::placeholderText), placeholders);
+        QCOMPARE(joined(*panel, &QLineEdit::placeholderText), cell("placeholders"));
         QVERIFY(panel->isVisible() && render.isEmpty());
         click(panel.get(), "pb_OK");
         QCOMPARE(render.size(), renders);

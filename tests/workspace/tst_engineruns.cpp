@@ -3,6 +3,7 @@
 #include "config/csettings.h"
 #include "goldentable.h"
 #include "modalanswerer.h"
+#include "tablecell.h"
 #include "testfiles.h"
 #include "workspace/plotrequests.h"
 #include "workspace/processhandling.h"
@@ -87,13 +88,11 @@ private Q_SLOTS:
     void engineArguments()
     {
         QFETCH(QString, params);
-        QFETCH(QString, keyword);
-        QFETCH(QString, trace);
-        QFETCH(QString, expected);
-        QCOMPARE(ProcessHandling::engineArguments(params.split('|'), keyword, "a b.imp", "o", trace)
+        QCOMPARE(ProcessHandling::engineArguments(params.split('|'), cell("keyword"), "a b.imp",
+                                                  "o", cell("trace"))
                      .value_or(QStringList())
                      .join('|'),
-                 expected);
+                 cell("expected"));
     }
 
     void commandLineReachesTheEngine()
@@ -120,11 +119,8 @@ private Q_SLOTS:
     }
     void checksComeInOrder()
     {
-        QFETCH(QString, program);
-        QFETCH(QString, engineExists);
-        QFETCH(QString, message);
-        const bool mplus = program == "mplus";
-        const QString executable = engineExists == "1" ? kEngine : "/no/such/tovrel";
+        const bool mplus = cell("program") == "mplus";
+        const QString executable = cell("engineExists") == "1" ? kEngine : "/no/such/tovrel";
         const QString missing = m_dir.filePath("missing.imp");
         CSettings::instance().setMplusToolName(executable);
         ProcessHandling runner;
@@ -132,7 +128,7 @@ private Q_SLOTS:
         QVERIFY(!(mplus ? runner.runMplus(missing, m_output)
                         : runner.run(executable, missing, m_output)));
         QCOMPARE(errors.count(), 1);
-        QCOMPARE(joined(errors), message);
+        QCOMPARE(joined(errors), cell("message"));
         QCOMPARE(runner.process()->state(), QProcess::NotRunning);
         QVERIFY(!QFile::exists(m_record));
     }
@@ -162,7 +158,6 @@ private Q_SLOTS:
     {
         QFETCH(QString, stream);
         QFETCH(QString, pieces);
-        QFETCH(QString, expected);
         QByteArray plan;
         for (const QString &piece : pieces.split('|'))
             plan += "printf '" + piece.toUtf8() + "'" + (stream == "err" ? " >&2" : "")
@@ -173,7 +168,7 @@ private Q_SLOTS:
         runToEnd(runner, plan);
         const QSignalSpy &chunks = stream == "err" ? err : out;
         QVERIFY2(chunks.count() > 1, "the pieces should have been read one by one");
-        QCOMPARE(joined(chunks), expected);
+        QCOMPARE(joined(chunks), cell("expected"));
     }
 
     void stopAndCloseEndTheEngine()
@@ -205,23 +200,20 @@ private Q_SLOTS:
     void scriptRequests()
     {
         QFETCH(QString, script);
-        QFETCH(QString, plot);
         QFETCH(QString, chains);
         QFETCH(QString, box);
-        QFETCH(QString, autoPlot);
-        QFETCH(QString, answer);
         QFETCH(QString, engine);
         if (script.startsWith("chains:;"))
             QTest::ignoreMessage(QtDebugMsg, "Cannot parse chains - setting to 1");
         QWidget document;
         SeenBox seen;
-        PlotRequests requests(kConfigured, autoPlot == "1");
+        PlotRequests requests(kConfigured, cell("autoPlot") == "1");
         {
             ModalAnswerer answerer(
-                clickBox(answer == "ok" ? QMessageBox::Ok : QMessageBox::Cancel, &seen));
+                clickBox(cell("answer") == "ok" ? QMessageBox::Ok : QMessageBox::Cancel, &seen));
             requests.evaluate(script, &document);
         }
-        QCOMPARE(requests.plotThisRun(), plot == "1");
+        QCOMPARE(requests.plotThisRun(), cell("plot") == "1");
         QCOMPARE(requests.requestedChains(), chains.toInt());
         const QMap<QString, QString> engines {{"configured", kConfigured},
                                               {"stable", CSettings::stableEnginePath()},

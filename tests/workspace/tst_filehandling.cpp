@@ -99,7 +99,6 @@ private Q_SLOTS:
     {
         QFETCH(QString, contents);
         QFETCH(QString, consistent);
-        QFETCH(QString, separator);
         const bool ok = consistent == "1";
         FileHandling handler;
         openFile(handler, path("data.dat"), contents.toUtf8(), true);
@@ -108,7 +107,7 @@ private Q_SLOTS:
             ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
             QCOMPARE(handler.checkSeparator(), ok);
         }
-        QCOMPARE(QString(handler.separator()), separator);
+        QCOMPARE(QString(handler.separator()), cell("separator"));
         QCOMPARE(seen.count, ok ? 0 : 1);
         if (!ok)
             QCOMPARE(seen.title + '|' + seen.text, "Warning|Not a consistent separator");
@@ -145,9 +144,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, form);
         QFETCH(QString, startName);
-        QFETCH(QString, choice);
-        QFETCH(QString, filter);
-        const bool choose = choice == "1";
+        const bool choose = cell("choice") == "1";
         const bool opening = form == "open";
         const QString chosenFolder = path("chosen");
         const QString chosen = chosenFolder + "/" + QTest::currentDataTag() + ".txt";
@@ -176,7 +173,7 @@ private Q_SLOTS:
         const QString proposed
             = opening ? m_dir.path() : path(startName.isEmpty() ? "current.imp" : startName);
         const QString title = opening ? "Select file to open" : "Enter file name to save";
-        QCOMPARE(seen, QStringList({title, proposed, filter}));
+        QCOMPARE(seen, QStringList({title, proposed, cell("filter")}));
         QCOMPARE(result, choose);
         QCOMPARE(handler.fileName(), choose ? chosen : opening ? QString() : path("current.imp"));
         QCOMPARE(readFile(path("current.imp")), "old");

@@ -3,6 +3,7 @@
 #include "config/csettings.h"
 #include "config/msettings.h"
 #include "goldentable.h"
+#include "tablecell.h"
 #include "workspace/outputhighlighter.h"
 #include "workspace/woutputpane.h"
 
@@ -63,9 +64,8 @@ private Q_SLOTS:
     }
     void precedence()
     {
-        QFETCH(QString, line);
         QFETCH(QString, expected);
-        QTextDocument document(line);
+        QTextDocument document(cell("line"));
         OutputHighlighter highlighter(&document);
         highlighter.rehighlight();
         QCOMPARE(mask(document.firstBlock(), MSettings::lightColors()), expected);

@@ -237,14 +237,13 @@ private Q_SLOTS:
     }
     void openRedirects()
     {
-        QFETCH(QString, asked);
         const bool mplus = cell("mplus") == "1";
         const QString opened = mplus ? "Model.inp" : "Model.imp",
                       output = mplus ? "Model.out" : "Model.tovrel-out";
         for (const QString &name : {opened, output})
             writeFile(m_dir.filePath(name), name.toUtf8());
         Workspace document;
-        QVERIFY(document.on_open(m_dir.filePath(asked)));
+        QVERIFY(document.on_open(m_dir.filePath(cell("asked"))));
         QCOMPARE(document.filePath(), m_dir.filePath(opened));
         QCOMPARE(document.editor()->toPlainText(), opened);
         QCOMPARE(document.outputPane()->text(), output);
@@ -377,7 +376,6 @@ private Q_SLOTS:
     }
     void engineFaults()
     {
-        QFETCH(QString, outputEnd);
         const bool crashBox = cell("crashBox") == "1";
         auto opened = standInDocument(cell("plan").toUtf8());
         SeenBox seen;
@@ -390,7 +388,7 @@ private Q_SLOTS:
         QTest::qWait(50);
         QCOMPARE(seen.count, int(crashBox));
         const QString output = opened->iterationHistory();
-        QVERIFY2(output.contains(outputEnd), qPrintable(output.right(80)));
+        QVERIFY2(output.contains(cell("outputEnd")), qPrintable(output.right(80)));
         QCOMPARE(opened->editor()->toPlainText(), "DATA: x.dat; # unsaved\n");
         // Still answering: the next run goes ahead.
         writeFile(m_plan, "echo again");
@@ -470,8 +468,6 @@ private Q_SLOTS:
     }
     void plotFaults()
     {
-        QFETCH(QString, report);
-        QFETCH(QString, pages);
         const int parameters = cell("parameters").toInt();
         // A gnuplot first on the PATH that counts its runs and misbehaves on the second.
         const QString bin = m_dir.filePath("bin");
@@ -503,8 +499,8 @@ private Q_SLOTS:
         opened->on_run();
         QVERIFY(plotted.wait(kWaitMs));
         QTRY_COMPARE(seen.count, 1);
-        QVERIFY2(seen.text.contains("could not make " + report), qPrintable(seen.text));
-        QCOMPARE(opened->graphPanel()->pageText(), pages); // what gnuplot could draw
+        QVERIFY2(seen.text.contains("could not make " + cell("report")), qPrintable(seen.text));
+        QCOMPARE(opened->graphPanel()->pageText(), cell("pages")); // what gnuplot could draw
         QVERIFY(opened->iterationHistory().contains("ran\n"));
         // Still answering: a second run plots without a word (the gnuplot misbehaves once).
         opened->on_run();
