@@ -32,7 +32,8 @@ class TestConfig : public QObject
 private Q_SLOTS:
     void init() { QSettings().clear(); }
 
-    void applicationIdentity()
+    // The names the studio's files go by: its settings store, the engines beside the program.
+    void namesOnDisk()
     {
         MSettings settings;
         QCOMPARE(QCoreApplication::organizationDomain(), QStringLiteral("tovrel"));
@@ -42,6 +43,14 @@ private Q_SLOTS:
         // folder, never in the user's real profile.
         QVERIFY(QSettings().fileName().startsWith(qEnvironmentVariable("XDG_CONFIG_HOME")));
         QVERIFY(QSettings().fileName().endsWith(QStringLiteral("tovrel/gui.conf")));
+        const QString dir = QCoreApplication::applicationDirPath();
+#ifdef Q_OS_WIN
+        const QString suffix = ".exe";
+#else
+        const QString suffix;
+#endif
+        QCOMPARE(CSettings::stableEnginePath(), dir + "/tovrel" + suffix);
+        QCOMPARE(CSettings::previewEnginePath(), dir + "/tovrel-beta" + suffix);
     }
 
     void resources_data()
@@ -195,6 +204,9 @@ private Q_SLOTS:
         QVERIFY(builtIn.startsWith("DATA: ;\r\nVARIABLES: ;\r\n"));
         QCOMPARE(settings.defaultCommandSet(cell("reset") == "reset"),
                  expected.isEmpty() ? builtIn : expected);
+        // The controller's reset stores the built-in text, whatever was there.
+        CSettings(settings).resetDefaultCommandSet();
+        QCOMPARE(QSettings().value("SyntaxEditor/DefaultCommandSet").toString(), builtIn);
     }
 
     void storedKeywordsAreIgnored()
@@ -341,18 +353,6 @@ private Q_SLOTS:
         QCOMPARE(controller.editorFont().pointSize(), 13);
     }
 
-    void enginePaths()
-    {
-        const QString dir = QCoreApplication::applicationDirPath();
-#ifdef Q_OS_WIN
-        const QString suffix = ".exe";
-#else
-        const QString suffix;
-#endif
-        QCOMPARE(CSettings::stableEnginePath(), dir + "/tovrel" + suffix);
-        QCOMPARE(CSettings::previewEnginePath(), dir + "/tovrel-beta" + suffix);
-    }
-
     void engineCheck_data()
     {
         addTableRows(QFINDTESTDATA("enginecheck.txt"),
@@ -394,15 +394,6 @@ private Q_SLOTS:
         QCOMPARE(settings.commandLineToolName(), resolveEngine(expected));
         QCOMPARE(controller.isStableEngineSelected(), expected == "stable");
         QCOMPARE(controller.isPreviewEngineSelected(), expected == "preview");
-    }
-
-    void resetDefaultCommandSetStoresBuiltInText()
-    {
-        MSettings settings;
-        settings.setDefaultCommandSet("DATA: mine.dat;");
-        CSettings(settings).resetDefaultCommandSet();
-        QCOMPARE(QSettings().value("SyntaxEditor/DefaultCommandSet").toString(),
-                 MSettings::resourceText(MSettings::kDefaultCommandSetResource));
     }
 };
 
