@@ -106,6 +106,17 @@ void click(QWidget *vParent, const char *vButton)
     QTest::mouseClick(vParent->findChild<QAbstractButton *>(vButton), Qt::LeftButton);
 }
 
+// Pages vPanel vPages steps on, then pops the viewer out when vPopOut is set.
+GraphViewer *pageAndPopOut(WGraphPanel &vPanel, int vPages, bool vPopOut)
+{
+    for (int i = 0; i < vPages; ++i)
+        click(&vPanel, "tb_right");
+    QSignalSpy popped(&vPanel, &WGraphPanel::did_popOut);
+    if (vPopOut)
+        click(&vPanel, "tb_popout");
+    return popped.value(0).value(0).value<GraphViewer *>();
+}
+
 } // namespace
 
 class TestPlotView : public QObject
@@ -380,11 +391,7 @@ private Q_SLOTS:
         QTemporaryDir dir;
         WGraphPanel panel;
         panel.showPlots(plotFolder(dir));
-        click(&panel, "tb_right");
-        QSignalSpy popped(&panel, &WGraphPanel::did_popOut);
-        if (viewer)
-            click(&panel, "tb_popout");
-        std::unique_ptr<GraphViewer> window(popped.value(0).value(0).value<GraphViewer *>());
+        std::unique_ptr<GraphViewer> window(pageAndPopOut(panel, 1, viewer));
         QStringList seen;
         ModalAnswerer answerer([&](QWidget *vModal) {
             auto *dialog = qobject_cast<QInputDialog *>(vModal);
@@ -423,11 +430,7 @@ private Q_SLOTS:
         WGraphPanel panel;
         panel.setImageSize(500, 250);
         panel.showPlots(plotFolder(dir));
-        click(&panel, "tb_right");
-        QSignalSpy popped(&panel, &WGraphPanel::did_popOut);
-        if (fromViewer)
-            click(&panel, "tb_popout");
-        std::unique_ptr<GraphViewer> viewer(popped.value(0).value(0).value<GraphViewer *>());
+        std::unique_ptr<GraphViewer> viewer(pageAndPopOut(panel, 1, fromViewer));
         QStringList seen;
         const QString answer = cell("answer");
         ModalAnswerer answerer(
@@ -456,8 +459,7 @@ private Q_SLOTS:
         WGraphPanel panel;
         panel.show();
         panel.showPlots(plotFolder(dir));
-        click(&panel, "tb_right");
-        click(&panel, "tb_right");
+        pageAndPopOut(panel, 2, false);
         // Read the wait window's count each time the export lets the interface repaint.
         QStringList shown, expected;
         connect(panel.render(), &SvgRender::on_imageSave, &panel, [&] {
@@ -487,11 +489,7 @@ private Q_SLOTS:
         auto source = std::make_unique<QTemporaryDir>();
         WGraphPanel panel;
         panel.showPlots(plotFolder(*source));
-        for (int i = 0; i < 3; ++i)
-            click(&panel, "tb_right");
-        QSignalSpy popped(&panel, &WGraphPanel::did_popOut);
-        click(&panel, "tb_popout");
-        QPointer<GraphViewer> viewer = popped.value(0).value(0).value<GraphViewer *>();
+        QPointer<GraphViewer> viewer = pageAndPopOut(panel, 3, true);
         QVERIFY(viewer && viewer->isWindow());
         QCOMPARE(viewer->windowTitle(), "Parameter 4 of 12");
         QVERIFY(QTest::qWaitForWindowActive(viewer));
