@@ -264,6 +264,14 @@ int ten(const QDir &vDir)
         documents.back()->on_open(copy.fileName());
         QObject::connect(documents.back().get(), &Workspace::graphs_done, [&] { ++plotted; });
     }
+    // The first layout of ten freshly opened documents is opening's cost, not running's: it is
+    // timed on its own, before the runs.
+    QElapsedTimer layoutClock;
+    layoutClock.start();
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::processEvents();
+    const double layoutMs = layoutClock.nsecsElapsed() / 1e6;
+    TimingApplication::s_slowestMs = 0;
     QElapsedTimer clock;
     StallMeter meter;
     clock.start();
@@ -272,9 +280,9 @@ int ten(const QDir &vDir)
         QTimer::singleShot(0, workspace.get(), &Workspace::on_run);
     while (plotted < kDocuments && clock.elapsed() < 600000)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 100);
-    std::printf("ten documents: all run and plotted in %.0f ms | longest stall %.1f ms (slowest "
-                "event: type %s, %.0f ms) | peak %lld MiB\n",
-                clock.nsecsElapsed() / 1e6, meter.longestMs(),
+    std::printf("ten documents: first layout %.1f ms | all run and plotted in %.0f ms | longest "
+                "stall %.1f ms (slowest event: type %s, %.0f ms) | peak %lld MiB\n",
+                layoutMs, clock.nsecsElapsed() / 1e6, meter.longestMs(),
                 qPrintable(TimingApplication::s_slowest), TimingApplication::s_slowestMs,
                 static_cast<long long>(peakMemoryMiB()));
     return 0;

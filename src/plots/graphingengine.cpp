@@ -1,5 +1,6 @@
 #include "graphingengine.h"
 
+#include "config/childpriority.h"
 #include "config/executablepath.h"
 #include "parameterlabels.h"
 #include "plotscript.h"
@@ -30,6 +31,7 @@ GraphingEngine::GraphingEngine(QObject *parent, const QString &dirPath)
     , m_process(new QProcess(this))
     , m_dir(dirPath)
 {
+    ChildPriority::lower(*m_process);
     connect(m_process, &QProcess::finished, this, &GraphingEngine::finished);
     connect(m_process, &QProcess::errorOccurred, this, &GraphingEngine::onProcessError);
     m_labels = ParameterLabels::read(m_dir.filePath(QStringLiteral("labels.dat")));

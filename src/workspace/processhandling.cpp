@@ -1,5 +1,6 @@
 #include "processhandling.h"
 
+#include "config/childpriority.h"
 #include "config/csettings.h"
 
 #include <QDir>
@@ -19,6 +20,7 @@ ProcessHandling::ProcessHandling(QObject *parent)
     , m_outDecoder(QStringDecoder::Utf8)
     , m_errDecoder(QStringDecoder::Utf8)
 {
+    ChildPriority::lower(*m_process);
     // Connected by name: the slots are the runner's public receiving ends of the process signals.
     connect(m_process, SIGNAL(started()), this, SLOT(started()));
     connect(m_process, SIGNAL(readyReadStandardOutput()), this, SLOT(sendOut()));

@@ -1,5 +1,6 @@
 #include "testmain.h"
 
+#include "config/childpriority.h"
 #include "config/csettings.h"
 #include "goldentable.h"
 #include "modalanswerer.h"
@@ -10,6 +11,10 @@
 
 #include <QSettings>
 #include <QSignalSpy>
+
+#ifdef Q_OS_UNIX
+#include <unistd.h>
+#endif
 
 Q_DECLARE_METATYPE(QProcess::ProcessError)
 
@@ -103,7 +108,8 @@ private Q_SLOTS:
         ProcessHandling runner;
         QSignalSpy started(&runner, &ProcessHandling::did_start);
         QSignalSpy finished(&runner, &ProcessHandling::did_finish);
-        writeFile(m_plan, "");
+        QSignalSpy out(&runner, &ProcessHandling::did_sendOut);
+        writeFile(m_plan, "nice"); // prints the engine's niceness
         QVERIFY(runner.run(m_script, m_output, QDir(trace)));
         QVERIFY(finished.wait(kWaitMs));
         QCOMPARE(started.count(), 1);
@@ -111,6 +117,10 @@ private Q_SLOTS:
         QCOMPARE(recordedArguments(),
                  QStringList({"--verbose", m_script, "--output", m_output, "--traceplot", trace}));
         QCOMPARE(QDir(recordedFolder()), QDir::current());
+#ifdef Q_OS_UNIX
+        // It computes below the studio, so the window keeps its share of the processor.
+        QCOMPARE(joined(out).trimmed().toInt(), qMin(19, ::nice(0) + ChildPriority::kSteps));
+#endif
     }
 
     void checksComeInOrder_data()

@@ -1,5 +1,6 @@
 #include "testmain.h"
 
+#include "config/childpriority.h"
 #include "config/csettings.h"
 #include "editor/wsyntaxeditor.h"
 #include "faultguards.h"
@@ -29,6 +30,10 @@
 #include <QToolButton>
 
 #include <optional>
+
+#ifdef Q_OS_UNIX
+#include <unistd.h>
+#endif
 
 namespace {
 constexpr int kWaitMs = 60000;
@@ -474,8 +479,9 @@ private Q_SLOTS:
         QDir().mkpath(bin);
         writeFile(
             bin + "/gnuplot",
-            QByteArray("#!/bin/sh\nn=$(($(cat \"$FAULT_DIR/calls\" 2>/dev/null || echo 0) + 1))\n"
-                       "echo $n > \"$FAULT_DIR/calls\"\n[ $n = 2 ] && { ")
+            QByteArray(
+                "#!/bin/sh\nn=$(($(cat \"$FAULT_DIR/calls\" 2>/dev/null || echo 0) + 1))\n"
+                "echo $n > \"$FAULT_DIR/calls\"\nnice > \"$FAULT_DIR/niceness\"\n[ $n = 2 ] && { ")
                 + cell("atSecondPlot").toUtf8() + "\n:; }\nexec '"
                 + QStandardPaths::findExecutable("gnuplot").toUtf8() + "' \"$@\"\n");
         QFile::setPermissions(bin + "/gnuplot", QFile::ReadOwner | QFile::ExeOwner);
@@ -502,6 +508,11 @@ private Q_SLOTS:
         QVERIFY2(seen.text.contains("could not make " + cell("report")), qPrintable(seen.text));
         QCOMPARE(opened->graphPanel()->pageText(), cell("pages")); // what gnuplot could draw
         QVERIFY(opened->iterationHistory().contains("ran\n"));
+#ifdef Q_OS_UNIX
+        // gnuplot draws below the studio's priority, as the engine computes.
+        QCOMPARE(readFile(m_dir.filePath("niceness")).trimmed().toInt(),
+                 qMin(19, ::nice(0) + ChildPriority::kSteps));
+#endif
         // Still answering: a second run plots without a word (the gnuplot misbehaves once).
         opened->on_run();
         QVERIFY(plotted.wait(kWaitMs));
