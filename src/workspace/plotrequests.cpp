@@ -150,3 +150,25 @@ void PlotRequests::optionsCommand(const QStringList &vWords)
             m_requestedChains = kDefaultChains;
     }
 }
+
+PlotRequests::RunLength PlotRequests::runLength(const QString &vScript)
+{
+    RunLength length;
+    const auto countIn = [](const QStringList &vWords, int vLeast, int *vCount) {
+        bool ok = false;
+        const int value = vWords.size() < 2 ? 0 : vWords.at(1).toInt(&ok, 10);
+        if (ok && value >= vLeast)
+            *vCount = value;
+    };
+    for (const QString &part : commands(prepared(vScript))) {
+        const QStringList words = part.simplified().split(QLatin1Char(' '));
+        const QString &first = words.first();
+        if (isWord(first, {"burn:"}))
+            countIn(words, 0, &length.burn);
+        else if (isWord(first, {"iterations:", "niterations:", "iter:", "niter:"}))
+            countIn(words, 1, &length.iterations);
+        else if (isWord(first, {"chains:", "chain:"}))
+            countIn(words, 1, &length.chains);
+    }
+    return length;
+}

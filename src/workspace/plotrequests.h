@@ -31,6 +31,17 @@ public:
     // The engine named by a "#!" line's text: a release word or a path, "~" meaning home.
     static QString engineFromLine(const QString &vLine);
 
+    // How long a run of the script is: its BURN, ITERATIONS and CHAINS commands, or the engine's
+    // defaults where the script gives none or a value that is not a count. The chain files hold
+    // the burn-in iterations first, then the sampled ones.
+    struct RunLength
+    {
+        int burn = 1000;
+        int iterations = 1000;
+        int chains = kDefaultChains;
+    };
+    static RunLength runLength(const QString &vScript);
+
 private:
     // Each returns false when the evaluation stops at this command.
     bool plotCommand(const QStringList &vWords, QWidget *vParent);

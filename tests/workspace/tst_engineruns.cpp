@@ -239,6 +239,24 @@ private Q_SLOTS:
                                             : QMessageBox::Ok | QMessageBox::Cancel);
         }
     }
+
+    void runLength_data()
+    {
+        QTest::addColumn<QString>("script");
+        QTest::addColumn<QList<int>>("length");
+        QTest::newRow("engine defaults") << "DATA: x.dat;" << QList<int> {1000, 1000, 2};
+        QTest::newRow("commands in any case, without blanks")
+            << "burn:200;ITER: 5000;Chains:4;" << QList<int> {200, 5000, 4};
+        QTest::newRow("commented out and unusable values keep the defaults")
+            << "# BURN: 5;\nBURN: ten;\nITERATIONS: 0;\nCHAINS: -1;" << QList<int> {1000, 1000, 2};
+    }
+    void runLength()
+    {
+        QFETCH(QString, script);
+        QFETCH(QList<int>, length);
+        const PlotRequests::RunLength read = PlotRequests::runLength(script);
+        QCOMPARE((QList<int> {read.burn, read.iterations, read.chains}), length);
+    }
 };
 
 TOVREL_TEST_MAIN(TestEngineRuns)
