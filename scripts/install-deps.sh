@@ -12,6 +12,8 @@ packages=(
 if [ "${1:-}" = "--test" ]; then
     # clang with libFuzzer runs the short fuzz pass over the committed corpora.
     packages+=(desktop-file-utils appstream shared-mime-info dpkg-dev clang libclang-rt-14-dev)
+    # python3: the program a received script names on its "#!" line in the trust tests.
+    packages+=(python3)
 fi
 
 missing=()

@@ -118,6 +118,8 @@ public:
     }
     QStringList recentFiles() const { return m_store.recentFiles(); }
     void setRecentFiles(const QStringList &v) { m_store.setRecentFiles(v); }
+    QVariantList trustedEngines() const { return m_store.trustedEngines(); }
+    void setTrustedEngines(const QVariantList &v) { m_store.setTrustedEngines(v); }
 
 Q_SIGNALS:
     void do_apply();

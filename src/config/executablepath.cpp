@@ -29,4 +29,9 @@ QString find(const QString &vBaseName)
     return QStandardPaths::findExecutable(fileName(vBaseName));
 }
 
+QString startedAs(const QString &vPath)
+{
+    return vPath.isEmpty() ? QString() : QFileInfo(vPath).absoluteFilePath();
+}
+
 } // namespace ExecutablePath

@@ -16,6 +16,10 @@ QString besideApplication(const QString &vBaseName);
 // The program beside the studio if it is there, otherwise the first one on PATH; empty if neither.
 QString find(const QString &vBaseName);
 
+// The file a child started through vPath runs: a relative path is taken from the studio's working
+// folder and never looked up on PATH, so what the user is shown is what runs.
+QString startedAs(const QString &vPath);
+
 } // namespace ExecutablePath
 
 #endif // EXECUTABLEPATH_H

@@ -507,3 +507,12 @@ void MSettings::setRecentFiles(const QStringList &vValue)
 {
     write(kRecentFiles, vValue);
 }
+
+QVariantList MSettings::trustedEngines() const
+{
+    return read(kTrustedEngines).toList();
+}
+void MSettings::setTrustedEngines(const QVariantList &vValue)
+{
+    write(kTrustedEngines, vValue);
+}

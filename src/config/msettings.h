@@ -115,6 +115,9 @@ public:
     void setLineNumbers(bool vValue);
     QStringList recentFiles() const;
     void setRecentFiles(const QStringList &vValue);
+    // Programs the user lets a script's "#!" line start: a list of maps, read by EngineTrust.
+    QVariantList trustedEngines() const;
+    void setTrustedEngines(const QVariantList &vValue);
 
     // Reads a built-in text resource; a missing resource gives an empty text.
     static QString resourceText(const QString &vPath);
@@ -162,6 +165,7 @@ private:
     const QString kAutoCheck = QStringLiteral("Updater/AutoCheck");
     const QString kLineNumbers = QStringLiteral("SyntaxEditor/LineNumbers");
     const QString kRecentFiles = QStringLiteral("SyntaxEditor/RecentFiles");
+    const QString kTrustedEngines = QStringLiteral("Tovrel/TrustedScriptEngines");
 
     QString m_desktopFolder;
     bool m_importSettingsEnabled = false;

@@ -4,6 +4,7 @@
 #include "msettings.h"
 #include "plotdefaults.h"
 #include "ui_vsettings.h"
+#include "wtrustedprograms.h"
 
 #include <QFileDialog>
 #include <QFontDatabase>
@@ -79,6 +80,11 @@ VSettings::VSettings(QWidget *parent)
             &VSettings::setSyntaxEditorExampleOutLogFont);
     connect(&CSettings::instance(), &CSettings::notifyTovrelCheckFailed, this,
             &VSettings::on_notifyTovrelCheckFailed);
+
+    // Programs scripts may start, on the engine page below the engine's own settings.
+    m_trustedPrograms = new WTrustedPrograms(ui->pageTovrel);
+    ui->pageTovrelLayout->insertWidget(ui->pageTovrelLayout->indexOf(ui->lw_ToolParams) + 1,
+                                       m_trustedPrograms);
 
     buildCategories();
     loadSettings();
@@ -156,6 +162,7 @@ void VSettings::loadSettings()
     loadEngine();
     ui->leCommandsFileKeyword->setText(settings.commandsFileKeyword());
     ui->lw_ToolParams->setItems(settings.commandLineToolParams());
+    m_trustedPrograms->load();
 
     ui->radioButton_Vert->setChecked(settings.verticalLayout());
     ui->radioButton_Horz->setChecked(!settings.verticalLayout());
@@ -269,6 +276,7 @@ void VSettings::storeEngine()
         settings.setCommandLineToolName(ui->le_ToolName->text());
     settings.setCommandLineToolParams(ui->lw_ToolParams->items());
     settings.setCommandsFileKeyword(ui->leCommandsFileKeyword->text());
+    m_trustedPrograms->store();
 }
 
 void VSettings::storeFonts()

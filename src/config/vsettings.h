@@ -7,6 +7,7 @@
 class QComboBox;
 class QSpinBox;
 class QTreeWidgetItem;
+class WTrustedPrograms;
 
 namespace Ui {
 class USetting;
@@ -73,6 +74,7 @@ private:
     Ui::USetting *ui;
     QMap<QString, int> m_pageOfTitle;
     bool m_importPageShown = false;
+    WTrustedPrograms *m_trustedPrograms = nullptr;
 };
 
 #endif // VSETTINGS_H

@@ -62,17 +62,21 @@ QString PlotRequests::engineFromLine(const QString &vLine)
     return line;
 }
 
+QString PlotRequests::scriptEngine(const QString &vScript, const QString &vConfigured)
+{
+    // The engine line is read after the colons got their blanks, so a path written "C:/x" is
+    // used as "C: /x"; scripts in use depend on this reading.
+    const QString text = prepared(vScript);
+    if (!text.startsWith(QLatin1String("#!")))
+        return vConfigured;
+    const qsizetype end = text.indexOf(QLatin1Char('\n'));
+    return engineFromLine(text.mid(2, end < 0 ? -1 : end - 2));
+}
+
 void PlotRequests::evaluate(const QString &vScript, QWidget *vParent)
 {
     const QString text = prepared(vScript);
-    // The engine line is read after the colons got their blanks, so a path written "C:/x" is
-    // used as "C: /x"; scripts in use depend on this reading.
-    if (text.startsWith(QLatin1String("#!"))) {
-        const qsizetype end = text.indexOf(QLatin1Char('\n'));
-        m_enginePath = engineFromLine(text.mid(2, end < 0 ? -1 : end - 2));
-    } else {
-        m_enginePath = m_startEnginePath;
-    }
+    m_enginePath = scriptEngine(vScript, m_startEnginePath);
     const QStringList parts = commands(text);
     m_plotThisRun = m_startAutoPlot;
     m_requestedChains = kDefaultChains;

@@ -30,6 +30,8 @@ public:
 
     // The engine named by a "#!" line's text: a release word or a path, "~" meaning home.
     static QString engineFromLine(const QString &vLine);
+    // The engine a run of vScript starts: the one its "#!" first line names, else vConfigured.
+    static QString scriptEngine(const QString &vScript, const QString &vConfigured);
 
     // How long a run of the script is: its BURN, ITERATIONS and CHAINS commands, or the engine's
     // defaults where the script gives none or a value that is not a count. The chain files hold

@@ -2,6 +2,7 @@
 
 #include "config/childpriority.h"
 #include "config/csettings.h"
+#include "config/executablepath.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -11,6 +12,20 @@ namespace {
 bool isFile(const QString &vPath)
 {
     return !vPath.isEmpty() && QFileInfo(vPath).isFile();
+}
+
+// Why vExecutable cannot be started as the engine; empty when it can.
+QString engineProblem(const QString &vExecutable)
+{
+    const QFileInfo file(vExecutable);
+    const QString see = QStringLiteral("!\n See '") + vExecutable + QLatin1Char('\'');
+    if (vExecutable.isEmpty() || !file.exists())
+        return ProcessHandling::tr("ERROR: Executable does not exist") + see;
+    if (file.isDir())
+        return ProcessHandling::tr("ERROR: Executable is a folder, not a program") + see;
+    if (!file.isFile() || !file.isExecutable())
+        return ProcessHandling::tr("ERROR: Executable is not allowed to run as a program") + see;
+    return QString();
 }
 } // namespace
 
@@ -61,8 +76,9 @@ std::optional<QStringList> ProcessHandling::engineArguments(const QStringList &v
 bool ProcessHandling::runEngine(const QString &vExecutable, const QString &vScriptPath,
                                 const QString &vOutputPath, const QString &vTracePlotFolder)
 {
-    if (!isFile(vExecutable)) {
-        sendErr(tr("ERROR: Executable does not exist!\n See '") + vExecutable + QLatin1Char('\''));
+    const QString problem = engineProblem(vExecutable);
+    if (!problem.isEmpty()) {
+        sendErr(problem);
         return false;
     }
     if (!isFile(vScriptPath)) {
@@ -77,9 +93,10 @@ bool ProcessHandling::runEngine(const QString &vExecutable, const QString &vScri
         sendErr(tr("Command File Name Keyword has not been defined in the parameters list"));
         return false;
     }
-    // No working directory: the engine inherits the studio's.
+    // No working directory: the engine inherits the studio's. It starts by its full path, the
+    // one the user was shown, never by a look-up on PATH.
     m_process->setWorkingDirectory(QString());
-    start(vExecutable, *arguments);
+    start(ExecutablePath::startedAs(vExecutable), *arguments);
     return true;
 }
 

@@ -6,6 +6,7 @@
 #include "editor/syntaxhighlighter.h"
 #include "editor/wsyntaxeditor.h"
 #include "editor/wtextfinder.h"
+#include "engineconsent.h"
 #include "filehandling.h"
 #include "outputhighlighter.h"
 #include "plotrequests.h"
@@ -632,6 +633,16 @@ void Workspace::on_run()
 {
     if (isRunning() || !maybeSave(false))
         return;
+    // A "#!" line may name any program: one that is not a configured engine starts only with the
+    // user's consent, asked before anything of the last run is cleared. Refused, the document
+    // stays idle; the main window re-reads its state once this call has returned.
+    const QString engine = PlotRequests::scriptEngine(ui->te_SyntaxEditor->toPlainText(),
+                                                      CSettings::instance().commandLineToolName());
+    if (ui->te_SyntaxEditor->syntaxMode() != SyntaxMode::Mplus
+        && !EngineConsent::granted(this, m_file->fileName(), engine)) {
+        QMetaObject::invokeMethod(this, &Workspace::actionsChanged, Qt::QueuedConnection);
+        return;
+    }
     ui->te_Out->setText(QStringLiteral("\n"));
     setOutLogFont();
     m_scriptPath = m_file->fileName();

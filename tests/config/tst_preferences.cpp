@@ -1,4 +1,5 @@
 #include "config/csettings.h"
+#include "config/enginetrust.h"
 #include "config/msettings.h"
 #include "config/plotdefaults.h"
 #include "config/vsettings.h"
@@ -222,6 +223,40 @@ private Q_SLOTS:
         QVERIFY(!dialog.isVisible());
         QCOMPARE(valueOf(field(dialog, "le_begin")) + valueOf(field(dialog, "darkButton")), "11");
         QCOMPARE(stored("Plot/Settings:bIter") + stored("Tovrel/DarkModeSet"), QString());
+    }
+
+    // Forgetting programs scripts may run takes effect on Apply or OK, like every other edit.
+    void trustedProgramsAreForgotten()
+    {
+        EngineTrust trust(settings());
+        trust.setGrants(
+            {{"/s/a.imp", "/p", 1, 2}, {"/s/b.imp", "/p", 1, 2}, {"/s/c.imp", "/p", 1, 2}});
+        const auto storedScripts = [&trust] {
+            QStringList scripts;
+            for (const EngineTrust::Grant &grant : trust.grants())
+                scripts << grant.script;
+            return scripts.join(',');
+        };
+        VSettings dialog;
+        dialog.show();
+        auto *list = dialog.findChild<QTreeWidget *>("tw_TrustedPrograms");
+        auto *forget = dialog.findChild<QPushButton *>("pb_Forget");
+        QCOMPARE(list->topLevelItemCount(), 3);
+        QVERIFY(!forget->isEnabled());
+        list->topLevelItem(1)->setSelected(true);
+        forget->click();
+        QCOMPARE(list->topLevelItem(1)->text(0), "/s/c.imp");
+        click(dialog, "pb_Close");
+        QCOMPARE(storedScripts(), "/s/a.imp,/s/b.imp,/s/c.imp");
+        QCOMPARE(list->topLevelItemCount(), 3);
+        list->topLevelItem(0)->setSelected(true);
+        forget->click();
+        click(dialog, "pb_OK");
+        QCOMPARE(storedScripts(), "/s/b.imp,/s/c.imp");
+        click(dialog, "pb_ForgetAll");
+        QVERIFY(!dialog.findChild<QPushButton *>("pb_ForgetAll")->isEnabled());
+        click(dialog, "pb_Apply");
+        QCOMPARE(storedScripts(), QString());
     }
 
     void importPageOnlyWithTheFlag_data()

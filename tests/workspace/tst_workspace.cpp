@@ -4,6 +4,7 @@
 #include "config/csettings.h"
 #include "editor/wsyntaxeditor.h"
 #include "faultguards.h"
+#include "fileguard.h"
 #include "goldentable.h"
 #include "mainwindowfixture.h"
 #include "modalanswerer.h"
@@ -13,6 +14,7 @@
 #include "testfiles.h"
 #include "workspace/commandfill.h"
 #include "workspace/outputhighlighter.h"
+#include "workspace/plotrequests.h"
 #include "workspace/workspace.h"
 #include "workspace/woutputpane.h"
 
@@ -29,6 +31,7 @@
 #include <QTextLayout>
 #include <QToolButton>
 
+#include <list>
 #include <optional>
 
 #ifdef Q_OS_UNIX
@@ -518,6 +521,95 @@ private Q_SLOTS:
         QVERIFY(plotted.wait(kWaitMs));
         QTest::qWait(50);
         QCOMPARE(seen.count, parameters == 3 ? 1 : 2);
+    }
+
+    // A script whose "#!" line names a program other than the configured engines, run from the
+    // main window as a user would, the trust box answered step by step.
+    void scriptEngineTrust_data()
+    {
+        addTableRows(QFINDTESTDATA("enginetrust.txt"), {"line", "steps", "runs", "message"});
+    }
+    void scriptEngineTrust()
+    {
+        const QString dir = m_dir.filePath("trust");
+        QDir(dir).removeRecursively();
+        for (const char *folder : {"tools", "my tools", "home/bin"})
+            QDir(dir).mkpath(folder);
+        const QString proof = dir + "/PROOF";
+        writeFile(m_plan, "echo ran > '" + proof.toUtf8() + "'");
+        const QByteArray standIn = readFile(kStandIn);
+        std::list<FileGuard> programs;
+        for (const QString &path : {dir + "/tools/prog", dir + "/my tools/my prog",
+                                    dir + "/home/bin/prog", CSettings::previewEnginePath()}) {
+            programs.emplace_back(path, standIn);
+            QFile::setPermissions(path, QFile::permissions(kStandIn));
+        }
+        writeFile(dir + "/plain", standIn);
+        const QByteArray home = qgetenv("HOME");
+        qputenv("HOME", QFile::encodeName(dir + "/home"));
+        const auto restoreHome = qScopeGuard([&] { qputenv("HOME", home); });
+        const QString line
+            = cell("line")
+                  .replace("{relative}", QDir::current().relativeFilePath(dir + "/tools/prog"))
+                  .replace("{dir}", dir);
+        const QString program = QFileInfo(PlotRequests::engineFromLine(line)).absoluteFilePath();
+        QString script = dir + "/shared script.imp";
+        writeFile(script,
+                  "#! " + line.toUtf8() + "\nopen(\"" + proof.toUtf8()
+                      + "\", \"w\").write(\"ran\") #;\n");
+
+        auto window = freshMainWindow();
+        const auto close = qScopeGuard([&] { discardMainWindow(window); });
+        CSettings::instance().setCommandLineToolName(kStandIn);
+        window->on_open(script);
+        QAction *start = window->findChild<QAction *>("actionStart");
+        const QMap<QString, QMessageBox::StandardButton> answers {
+            {"Run", QMessageBox::Yes}, {"Always", QMessageBox::YesToAll}};
+        QString runs;
+        for (const QString &step : cell("steps").split(' ')) {
+            QFile file(program);
+            if (step == "touch") {
+                QVERIFY(file.open(QIODevice::ReadWrite));
+                QVERIFY(file.setFileTime(QFileInfo(program).lastModified().addSecs(-60),
+                                         QFileDevice::FileModificationTime));
+            } else if (step == "rewrite") {
+                QVERIFY(file.open(QIODevice::Append));
+                file.write("# changed\n");
+            } else if (step == "other") {
+                const QString copy = dir + "/copy.imp";
+                QVERIFY(QFile::copy(script, copy));
+                window->on_open(script = copy);
+            } else {
+                Workspace *document = window->activeDocument();
+                const QString paneBefore = document->outputPane()->text();
+                QSignalSpy finished(document, &Workspace::process_finished);
+                SeenBox seen;
+                {
+                    ModalAnswerer answerer(
+                        clickBox(answers.value(step, QMessageBox::Cancel), &seen));
+                    start->trigger();
+                }
+                const bool cancelled = seen.count && !answers.contains(step);
+                QVERIFY(cancelled || !finished.isEmpty() || finished.wait(kWaitMs));
+                const bool ran = QFile::remove(proof);
+                runs += seen.count ? (ran ? 'A' : 'a') : (ran ? 'r' : '-');
+                if (seen.count) {
+                    QCOMPARE(seen.title, "Warning!");
+                    QVERIFY2(seen.text.contains(program + "\n") && seen.text.contains(script),
+                             qPrintable(seen.text));
+                    QCOMPARE(seen.buttons,
+                             QMessageBox::Yes | QMessageBox::YesToAll | QMessageBox::Cancel);
+                }
+                if (cancelled) { // idle as before, ready to run
+                    QCOMPARE(document->outputPane()->text(), paneBefore);
+                    QTRY_VERIFY(start->isEnabled() && document->runAction()->isEnabled());
+                }
+            }
+        }
+        QCOMPARE(runs, cell("runs"));
+        if (!cell("message").isEmpty())
+            QCOMPARE(window->activeDocument()->outputPane()->text(),
+                     "\nTovrel Studio:\n\n" + cell("message").replace("{dir}", dir));
     }
 
     // Twenty documents running, the main window closing: every question asked, every engine
