@@ -100,7 +100,8 @@ bool EngineTrust::isConfigured(const QString &vProgram) const
 
 EngineTrust::Grant EngineTrust::grantFor(const QString &vScript, const QString &vEngine)
 {
-    const QString program = identity(vEngine);
+    // The program as the user was shown it; its size and time are those of the file it leads to.
+    const QString program = ExecutablePath::startedAs(vEngine);
     const QFileInfo file(program);
     return {identity(vScript), program, file.size(), file.lastModified().toMSecsSinceEpoch()};
 }

@@ -22,7 +22,9 @@ WTrustedPrograms::WTrustedPrograms(QWidget *parent)
     m_list->setHeaderLabels({tr("Script"), tr("Program")});
     m_list->setRootIsDecorated(false);
     m_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    m_list->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    // Both paths in view, long ones shortened in the middle; the tooltips hold them whole.
+    m_list->header()->setSectionResizeMode(QHeaderView::Stretch);
+    m_list->setTextElideMode(Qt::ElideMiddle);
     m_list->setToolTip(tr("A script's \"#!\" line starts the program listed beside it without "
                           "asking, as long as the program file stays as it was."));
 
