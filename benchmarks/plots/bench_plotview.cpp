@@ -16,10 +16,10 @@
 #include "traceplots.h"
 
 #include <QElapsedTimer>
-#include <QProcess>
-#include <QRegularExpression>
 #include <QFileInfo>
 #include <QGraphicsView>
+#include <QProcess>
+#include <QRegularExpression>
 #include <QToolButton>
 
 #include <algorithm>
@@ -82,7 +82,8 @@ int savePdf(const QString &vDir)
                      QStringLiteral("set terminal pdfcairo size 12.5in,5.5556in; set output '%1';")
                          .arg(out));
         QProcess gnuplot;
-        gnuplot.start(ExecutablePath::find(QStringLiteral("gnuplot")), {QStringLiteral("-e"), text});
+        gnuplot.start(ExecutablePath::find(QStringLiteral("gnuplot")),
+                      {QStringLiteral("-e"), text});
         gnuplot.waitForFinished(60000);
         gnuplotBytes += QFileInfo(out).size();
         QFile::remove(out);

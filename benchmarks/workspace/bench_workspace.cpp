@@ -258,13 +258,14 @@ int stream(const QDir &vDir, int vMegabytes)
         paneStallCpu = meter.longestCpuMs();
     }
     std::printf("stream %d MB: producer to /dev/null %.0f ms | Run to process_finished %.0f ms "
-                "(%.0f ms of processor time, %lld chars shown) | longest stall %.1f ms, %.1f ms of processor time (%s) | Stop "
+                "(%.0f ms of processor time, %lld chars shown) | longest stall %.1f ms, %.1f ms of "
+                "processor time (%s) | Stop "
                 "to process_finished %.1f ms | peak %lld MiB after the run (%.1fx the text) | "
-                "beside it, the pane alone: %.0f ms (%.0f ms of processor time), longest stall %.1f ms, %.1f ms of processor "
+                "beside it, the pane alone: %.0f ms (%.0f ms of processor time), longest stall "
+                "%.1f ms, %.1f ms of processor "
                 "time\n",
                 vMegabytes, floorMs, runMs, runCpuMs, static_cast<long long>(shown), stall,
-                stallCpu,
-                qPrintable(report), stopMs, static_cast<long long>(peak),
+                stallCpu, qPrintable(report), stopMs, static_cast<long long>(peak),
                 double(peak) / vMegabytes, paneMs, paneCpuMs, paneStall, paneStallCpu);
     return 0;
 }
@@ -371,8 +372,7 @@ int ten(const QDir &vDir)
     std::printf("ten documents: first layout %.1f ms | all run and plotted in %.0f ms | longest "
                 "stall %.1f ms, %.1f ms of processor time (%s) | peak %lld MiB\n",
                 layoutMs, clock.nsecsElapsed() / 1e6, meter.longestMs(), meter.longestCpuMs(),
-                qPrintable(TimingApplication::report()),
-                static_cast<long long>(peakMemoryMiB()));
+                qPrintable(TimingApplication::report()), static_cast<long long>(peakMemoryMiB()));
     return 0;
 }
 

@@ -137,8 +137,7 @@ void WOutputPane::flush()
     QScrollBar *bar = verticalScrollBar();
     const bool atEnd = bar->value() >= bar->maximum();
     const QTextBlock last = document()->lastBlock();
-    insertShown(
-        breakLongLines(m_pending, last.blockNumber(), last.length() - 1, m_continuations));
+    insertShown(breakLongLines(m_pending, last.blockNumber(), last.length() - 1, m_continuations));
     keep(m_pending);
     m_pending.clear();
     if (atEnd)
