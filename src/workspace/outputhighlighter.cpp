@@ -168,9 +168,9 @@ void OutputHighlighter::setScriptLinks(bool vOn)
 
 void OutputHighlighter::addRule(const QString &vPattern, const QTextCharFormat &vFormat)
 {
-    QRegularExpression pattern(vPattern);
-    pattern.optimize();
-    m_rules.append({pattern, vFormat, requiredText(vPattern)});
+    // Compiled on its first use: most rules wait for text they need, and at start-up the pane
+    // is empty.
+    m_rules.append({QRegularExpression(vPattern), vFormat, requiredText(vPattern)});
 }
 
 void OutputHighlighter::addResourceRules(const QString &vResource, const QTextCharFormat &vFormat)

@@ -734,20 +734,17 @@ void Workspace::processFinished(int exitCode)
     delete m_spinner;
 
     const bool failed = exitCode != 0 || m_runner->process()->exitStatus() == QProcess::CrashExit;
-    m_fullOutput = ui->te_Out->text();
+    m_fullOutput = ui->te_Out->utf8Text();
     // Only a file this run wrote is its output: one left by an earlier run would show old
     // results as new.
     bool hadFile = QFileInfo(outputPath()).lastModified() != m_outputBefore;
     const QString fileText = hadFile ? readText(outputPath(), &hadFile) : QString();
     // After a failure the stream follows the engine's own file; without a file the pane
     // already holds the stream, once.
-    QString shown = m_fullOutput;
-    if (hadFile) {
-        shown = failed ? fileText + m_fullOutput : fileText;
-        ui->te_Out->setText(shown);
-    }
+    if (hadFile)
+        ui->te_Out->setText(failed ? fileText + iterationHistory() : fileText);
     if (failed || !hadFile)
-        saveOutput(shown);
+        saveOutput(ui->te_Out->utf8Text());
 
     if (failed || m_lastRunMplus) {
         m_plotsAvailable = false;
@@ -764,7 +761,7 @@ void Workspace::processFinished(int exitCode)
     Q_EMIT process_finished();
 }
 
-void Workspace::saveOutput(const QString &vText)
+void Workspace::saveOutput(const QByteArray &vText)
 {
     const QString path = outputPath();
     if (path.isEmpty())
@@ -772,7 +769,7 @@ void Workspace::saveOutput(const QString &vText)
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
         return;
-    file.write(vText.toUtf8());
+    file.write(vText);
     if (file.commit())
         qDebug(" ~ Saved output ~ ");
 }

@@ -45,7 +45,7 @@ public:
     // ".out" for an Mplus input).
     QString outputPath() const;
     // Everything the last run streamed into the output pane, iteration history included.
-    QString iterationHistory() const { return m_fullOutput; }
+    QString iterationHistory() const { return QString::fromUtf8(m_fullOutput); }
     bool isModified() const;
     bool isRunning() const;
     bool isPlotting() const;
@@ -139,7 +139,7 @@ protected:
 private:
     bool maybeSave(bool vAllowDiscard);
     bool saveOutputAs();
-    void saveOutput(const QString &vText);
+    void saveOutput(const QByteArray &vText);
     void evaluatePlotRequests();
     void makePlots();
     void endPlotting();
@@ -154,7 +154,8 @@ private:
 
     std::unique_ptr<Ui::Workspace> ui;
     int m_documentNumber = 0;
-    QString m_fullOutput;
+    // Kept as UTF-8, shared with the output pane while it still shows the stream.
+    QByteArray m_fullOutput;
     QString m_executable;
     FileHandling *m_file = nullptr;
     ProcessHandling *m_runner = nullptr;

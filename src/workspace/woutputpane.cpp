@@ -4,12 +4,13 @@
 #include "scriptlinelinks.h"
 
 #include <QMouseEvent>
-
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
 #include <QTimer>
+
+#include <algorithm>
 
 namespace {
 
@@ -58,6 +59,33 @@ QString breakLongLines(const QString &vText, int vBlock, qsizetype vColumn,
         start = end + 1;
     }
     return shown;
+}
+
+// vText as the document gives it back: a carriage return, alone or before a line feed, and the
+// Unicode line and paragraph separators end a line; a no-break space reads as a plain space.
+QString asDocumentText(QString vText)
+{
+    const auto special = [](QChar vChar) {
+        const char16_t c = vChar.unicode();
+        return c == u'\r' || c == QChar::LineSeparator || c == QChar::ParagraphSeparator
+            || c == QChar::Nbsp || c == 0xfdd0 || c == 0xfdd1;
+    };
+    if (std::none_of(vText.cbegin(), vText.cend(), special))
+        return vText;
+    vText.replace(QLatin1String("\r\n"), QLatin1String("\n"));
+    for (QChar &c : vText) {
+        if (c == QChar::Nbsp)
+            c = u' ';
+        else if (special(c))
+            c = u'\n';
+    }
+    return vText;
+}
+
+// How many characters the document adds for vText: a carriage return and line feed make one.
+qsizetype documentLength(const QString &vText)
+{
+    return vText.size() - (vText.contains(u'\r') ? vText.count(QLatin1String("\r\n")) : 0);
 }
 
 } // namespace
@@ -109,10 +137,8 @@ void WOutputPane::flush()
     QScrollBar *bar = verticalScrollBar();
     const bool atEnd = bar->value() >= bar->maximum();
     const QTextBlock last = document()->lastBlock();
-    QTextCursor cursor(document());
-    cursor.movePosition(QTextCursor::End);
-    cursor.insertText(
-        breakLongLines(m_pending, last.blockNumber(), last.length() - 1, m_continuations));
+    insertShown(breakLongLines(m_pending, last.blockNumber(), last.length() - 1, m_continuations));
+    keep(m_pending);
     m_pending.clear();
     if (atEnd)
         bar->setValue(bar->maximum());
@@ -120,9 +146,45 @@ void WOutputPane::flush()
     highlightVisible();
 }
 
+void WOutputPane::insertShown(const QString &vText)
+{
+    // Against a document changed behind the pane's back the kept text is not grown further.
+    const bool current = keptTextIsCurrent();
+    QTextCursor cursor(document());
+    cursor.movePosition(QTextCursor::End);
+    cursor.insertText(vText);
+    if (current)
+        m_shownChars += documentLength(vText);
+}
+
+void WOutputPane::keep(const QString &vText)
+{
+    if (m_shownChars == document()->characterCount() - 1)
+        m_kept += asDocumentText(vText).toUtf8();
+}
+
+bool WOutputPane::keptTextIsCurrent() const
+{
+    return m_shownChars == document()->characterCount() - 1;
+}
+
 QString WOutputPane::text()
 {
+    return QString::fromUtf8(utf8Text());
+}
+
+QByteArray WOutputPane::utf8Text()
+{
     flush();
+    if (!keptTextIsCurrent()) {
+        m_kept = documentText().toUtf8();
+        m_shownChars = document()->characterCount() - 1;
+    }
+    return m_kept;
+}
+
+QString WOutputPane::documentText() const
+{
     QString plain = toPlainText();
     if (m_continuations.isEmpty())
         return plain;
@@ -144,7 +206,10 @@ void WOutputPane::setText(const QString &vText)
     m_flushTimer->stop();
     m_pending.clear();
     m_continuations.clear();
-    setPlainText(breakLongLines(vText, 0, 0, m_continuations));
+    const QString shown = breakLongLines(vText, 0, 0, m_continuations);
+    QPlainTextEdit::setPlainText(shown);
+    m_kept = asDocumentText(vText).toUtf8();
+    m_shownChars = documentLength(shown);
 }
 
 void WOutputPane::setHighlighter(OutputHighlighter *vHighlighter)

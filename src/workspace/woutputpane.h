@@ -15,6 +15,10 @@ class QTimer;
 // pieces; inserting and repainting each piece would keep the event loop busy for most of the
 // run, so pieces are gathered and shown together a few times a second. Read the pane's text
 // with text(), which includes what is still waiting to be shown.
+//
+// The pane also keeps its whole text as UTF-8, grown with every insertion: reading the text back
+// out of the document at the end of a run of tens of megabytes held the window still for a
+// tenth of a second, and the compact copy is what saving the output writes as it stands.
 class WOutputPane : public QPlainTextEdit
 {
     Q_OBJECT
@@ -39,8 +43,13 @@ public:
     void flush();
     // The whole text, including text still waiting.
     QString text();
+    // The same as UTF-8; sharing it costs nothing, so it may be kept after the pane moves on.
+    QByteArray utf8Text();
     // Replaces everything, including text still waiting.
     void setText(const QString &vText);
+    // The document's own replacements go through setText, so that the kept text follows.
+    void setPlainText(const QString &vText) { setText(vText); }
+    void clear() { setText(QString()); }
     bool hasPendingText() const { return !m_pending.isEmpty(); }
 
     // Colours the pane with vHighlighter, which must work on this pane's document. Only the
@@ -63,8 +72,16 @@ protected:
 private:
     void highlightVisible();
     void scheduleHighlight();
+    void insertShown(const QString &vText);
+    void keep(const QString &vText);
+    bool keptTextIsCurrent() const;
+    QString documentText() const;
 
     QString m_pending;
+    // The pane's text as text() gives it, and how many characters the document holds for it
+    // (with the breaks of long lines); a document changed behind the pane's back is read again.
+    QByteArray m_kept;
+    qsizetype m_shownChars = 0;
     // Numbers of the blocks that continue the line before them (in ascending order).
     QList<int> m_continuations;
     QTimer *m_flushTimer = nullptr;

@@ -97,6 +97,43 @@ private Q_SLOTS:
         QCOMPARE(pane.textCursor().selectionEnd(), 1);
     }
 
+    // The text read back is what the document holds, whether shown as it came or replaced.
+    void textReadsBackAsTheDocumentHoldsIt_data()
+    {
+        QTest::addColumn<QStringList>("pieces");
+        QTest::addColumn<QString>("expected");
+        const QString longLine(3 * WOutputPane::kMaxShownLineChars + 5, 'x');
+        QTest::newRow("return and line feed make one break") << QStringList {"a\r\nb"} << "a\nb";
+        QTest::newRow("a lone return ends a line") << QStringList {"a\rb\r"} << "a\nb\n";
+        QTest::newRow("a pair split between pieces makes two")
+            << QStringList {"a\r", "\nb"} << "a\n\nb";
+        QTest::newRow("separators end lines, a no-break space is a space")
+            << QStringList {QString::fromUtf8("a\u2028b\u2029c\u00a0d")} << "a\nb\nc d";
+        QTest::newRow("a long line reads back whole")
+            << QStringList {"ab", longLine, "\n" + longLine} << "ab" + longLine + "\n" + longLine;
+    }
+    void textReadsBackAsTheDocumentHoldsIt()
+    {
+        QFETCH(QStringList, pieces);
+        QFETCH(QString, expected);
+        WOutputPane streamed;
+        for (const QString &piece : pieces) {
+            streamed.appendText(piece);
+            streamed.flush();
+        }
+        WOutputPane replaced;
+        replaced.setText(pieces.join(QString()));
+        if (!expected.contains(QString(WOutputPane::kMaxShownLineChars + 1, 'x')))
+            QCOMPARE(streamed.toPlainText(), expected);
+        QCOMPARE(streamed.text(), expected);
+        QCOMPARE(QString::fromUtf8(streamed.utf8Text()), expected);
+        if (pieces.size() == 1)
+            QCOMPARE(replaced.text(), expected);
+        // A document changed behind the pane's back is read again.
+        QTextCursor(streamed.document()).insertText("<");
+        QCOMPARE(streamed.text(), "<" + expected);
+    }
+
     void pendingTextShowsByItselfUnlessReplaced()
     {
         WOutputPane pane;
