@@ -12,6 +12,8 @@ packages=(
 if [ "${1:-}" = "--test" ]; then
     # clang with libFuzzer runs the short fuzz pass over the committed corpora.
     packages+=(desktop-file-utils appstream shared-mime-info dpkg-dev clang libclang-rt-14-dev)
+    # A window manager and synthetic X input type into real studios in the recovery test.
+    packages+=(openbox xdotool)
 fi
 
 missing=()

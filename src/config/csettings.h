@@ -118,6 +118,8 @@ public:
     }
     QStringList recentFiles() const { return m_store.recentFiles(); }
     void setRecentFiles(const QStringList &v) { m_store.setRecentFiles(v); }
+    bool reopenSession() const { return m_store.reopenSession(); }
+    void setReopenSession(bool v) { m_store.setReopenSession(v); }
 
 Q_SIGNALS:
     void do_apply();

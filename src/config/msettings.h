@@ -115,6 +115,15 @@ public:
     void setLineNumbers(bool vValue);
     QStringList recentFiles() const;
     void setRecentFiles(const QStringList &vValue);
+    // The scripts open at the last clean quit, in tab order, with each cursor and the current one.
+    bool reopenSession() const;
+    void setReopenSession(bool vValue);
+    QStringList sessionFiles() const;
+    void setSessionFiles(const QStringList &vValue);
+    QList<int> sessionCursors() const;
+    void setSessionCursors(const QList<int> &vValue);
+    int sessionCurrent() const;
+    void setSessionCurrent(int vValue);
 
     // Reads a built-in text resource; a missing resource gives an empty text.
     static QString resourceText(const QString &vPath);
@@ -162,6 +171,10 @@ private:
     const QString kAutoCheck = QStringLiteral("Updater/AutoCheck");
     const QString kLineNumbers = QStringLiteral("SyntaxEditor/LineNumbers");
     const QString kRecentFiles = QStringLiteral("SyntaxEditor/RecentFiles");
+    const QString kReopenSession = QStringLiteral("Session/Reopen");
+    const QString kSessionFiles = QStringLiteral("Session/Files");
+    const QString kSessionCursors = QStringLiteral("Session/Cursors");
+    const QString kSessionCurrent = QStringLiteral("Session/Current");
 
     QString m_desktopFolder;
     bool m_importSettingsEnabled = false;

@@ -399,6 +399,7 @@ void Workspace::closeEvent(QCloseEvent *vEvent)
     }
     m_closeConfirmed = true;
     shutDown();
+    Q_EMIT did_close();
     vEvent->accept();
 }
 
