@@ -18,7 +18,9 @@ const QByteArray kMagic = QByteArrayLiteral("TOVREL-RECOVERY");
 const QString kLockName = QStringLiteral("lock");
 
 // Paths and names may hold any character, line breaks included: the header keeps them
-// percent-encoded so that each field stays on its line.
+// percent-encoded so that each field stays on its line, with the usual path characters left
+// readable for a person opening the file.
+const QByteArray kReadable = QByteArrayLiteral("/\\ :()");
 QByteArray field(const QByteArray &vKey, const QByteArray &vValue)
 {
     return vKey + ": " + vValue + '\n';
@@ -106,8 +108,8 @@ QByteArray RecoveryStore::encode(const RecoveredScript &vScript)
     const QByteArray text = vScript.text.toUtf8();
     const QDateTime saved = vScript.saved.isValid() ? vScript.saved : QDateTime::currentDateTimeUtc();
     return kMagic + '\n' + field("version", QByteArray::number(kFormatVersion))
-        + field("path", QUrl::toPercentEncoding(vScript.path))
-        + field("name", QUrl::toPercentEncoding(vScript.name))
+        + field("path", QUrl::toPercentEncoding(vScript.path, kReadable))
+        + field("name", QUrl::toPercentEncoding(vScript.name, kReadable))
         + field("cursor", QByteArray::number(vScript.cursor))
         + field("saved", saved.toUTC().toString(Qt::ISODateWithMs).toLatin1())
         + field("length", QByteArray::number(text.size())) + '\n' + text;
