@@ -9,6 +9,7 @@
 #include "workspace/recoverystore.h"
 #include "workspace/workspace.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QStatusBar>
 #include <QTextCursor>
@@ -30,7 +31,13 @@ DocumentSafety::DocumentSafety(MainWindow *vWindow, RecoveryStore *vStore)
     : QObject(vWindow)
     , m_window(vWindow)
     , m_store(vStore ? vStore : new RecoveryStore(RecoveryStore::defaultRoot(), this))
-{ }
+{
+    connect(m_store, &RecoveryStore::did_failWrite, this, [this](const QString &vFolder) {
+        m_window->statusBar()->showMessage(
+            tr("Unsaved changes cannot be kept for recovery in %1: save your scripts.")
+                .arg(QDir::toNativeSeparators(vFolder)));
+    });
+}
 
 void DocumentSafety::watch(Workspace *vDocument)
 {

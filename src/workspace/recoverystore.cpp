@@ -88,13 +88,17 @@ QString RecoveryStore::fileFor(int vKey) const
 
 bool RecoveryStore::write(int vKey, const RecoveredScript &vScript)
 {
-    if (!ensureFolder())
-        return false;
-    QSaveFile file(fileFor(vKey));
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
-    file.write(encode(vScript));
-    return file.commit();
+    bool written = false;
+    if (ensureFolder()) {
+        QSaveFile file(fileFor(vKey));
+        written = file.open(QIODevice::WriteOnly) && file.write(encode(vScript)) >= 0
+            && file.commit();
+    }
+    if (!written && !m_failureReported) {
+        m_failureReported = true;
+        Q_EMIT did_failWrite(m_folder.isEmpty() ? m_root : m_folder);
+    }
+    return written;
 }
 
 void RecoveryStore::remove(int vKey)

@@ -67,6 +67,11 @@ public:
     static RecoveredScript decode(const QByteArray &vData);
     static RecoveredScript readFile(const QString &vFile);
 
+Q_SIGNALS:
+    // The first copy that could not be written, and no more after it: the user learns once
+    // that unsaved text is not protected, instead of at every keystroke pause.
+    void did_failWrite(const QString &vFolder);
+
 private:
     bool ensureFolder();
     QString fileFor(int vKey) const;
@@ -76,6 +81,7 @@ private:
     std::unique_ptr<QLockFile> m_lock;
     std::vector<std::pair<QString, std::unique_ptr<QLockFile>>> m_claimed;
     int m_lastKey = 0;
+    bool m_failureReported = false;
 };
 
 #endif // RECOVERYSTORE_H

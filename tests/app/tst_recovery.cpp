@@ -228,6 +228,18 @@ private Q_SLOTS:
         QVERIFY(m_window->statusBar()->currentMessage().contains("gone.imp"));
     }
 
+    void unwritableCopiesAreReportedOnce()
+    {
+        QVERIFY(QDir().mkpath(QFileInfo(m_root).absolutePath()));
+        QFile blocker(m_root); // a file where the recovery folder belongs
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+        blocker.close();
+        m_window->on_new();
+        QTest::keyClick(m_window->documents().first()->editor(), 'x');
+        QTRY_VERIFY(m_window->statusBar()->currentMessage().contains("cannot be kept"));
+        QVERIFY(blocker.remove());
+    }
+
     void badCopiesAreShownAndLaterKeepsThem_data()
     {
         addTableRows(QFINDTESTDATA("recoverycopies.txt"), {"content", "listed"});
