@@ -21,6 +21,9 @@ class XServer
 public:
     XServer()
     {
+        for (const char *tool : {"Xvfb", "openbox", "xdotool"})
+            if (QStandardPaths::findExecutable(tool).isEmpty())
+                return;
         m_server.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp"});
         if (!m_server.waitForReadyRead(10000))
             return;
