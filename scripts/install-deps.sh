@@ -14,6 +14,8 @@ if [ "${1:-}" = "--test" ]; then
     packages+=(desktop-file-utils appstream shared-mime-info dpkg-dev clang libclang-rt-14-dev)
     # python3: the program a received script names on its "#!" line in the trust tests.
     packages+=(python3)
+    # A window manager and synthetic X input type into real studios in the recovery test.
+    packages+=(openbox xdotool)
 fi
 
 missing=()

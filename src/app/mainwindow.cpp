@@ -4,6 +4,7 @@
 #include "config/csettings.h"
 #include "config/executablepath.h"
 #include "config/vsettings.h"
+#include "documentsafety.h"
 #include "editor/wsyntaxeditor.h"
 #include "examplecatalog.h"
 #include "import/vimport.h"
@@ -48,6 +49,7 @@ MainWindow::MainWindow(QWidget *parent)
 {
     ui->setupUi(this);
     m_extras = new StudioExtras(this);
+    m_safety = new DocumentSafety(this);
     // One import window, kept once made; each script it creates is a new document.
     connect(ui->actionImport, &QAction::triggered, this, [this] {
         auto *importer = findChild<VImport *>();
@@ -145,6 +147,7 @@ QMdiSubWindow *MainWindow::addDocument(Workspace *vDocument)
     vDocument->setDocumentNumber(++m_documentCount);
     QMdiSubWindow *sub = ui->mdiArea->addSubWindow(vDocument);
     m_extras->watch(vDocument);
+    m_safety->watch(vDocument);
     // The tab follows the document's title, and "Go to tab..." with it.
     connect(vDocument, &QWidget::windowTitleChanged, this, &MainWindow::rebuildTabMenu);
     connect(vDocument->editor()->document(), &QTextDocument::modificationChanged, this,
@@ -242,12 +245,14 @@ void MainWindow::on_actionClose_All_triggered()
 
 void MainWindow::closeEvent(QCloseEvent *vEvent)
 {
+    m_safety->beginQuit(documents(), m_active);
     for (QMdiSubWindow *sub : ui->mdiArea->subWindowList()) {
         if (!sub->close()) {
             vEvent->ignore();
             return;
         }
     }
+    m_safety->finishQuit();
     CSettings::instance().setGeometry(saveGeometry());
     delete m_preferences;
     vEvent->accept();

@@ -4,6 +4,7 @@
 #include <QMainWindow>
 #include <QPointer>
 
+class DocumentSafety;
 class QCloseEvent;
 class QMdiSubWindow;
 class StudioExtras;
@@ -32,6 +33,8 @@ public:
     Workspace *activeDocument() const;
     QList<Workspace *> documents() const;
     VSettings *preferences() const;
+    // Recovery copies of unsaved documents, the recovery offer and the remembered session.
+    DocumentSafety *safety() const { return m_safety; }
     // Fills the "Examples" menu from an examples folder (by default the one beside the studio).
     void buildExamplesMenu(const QString &vFolder = QString());
     // " 4.0.1": the version as stored under "Version" to spot the first start of a new version.
@@ -114,6 +117,7 @@ private:
 
     Ui::MainWindow *ui;
     StudioExtras *m_extras = nullptr;
+    DocumentSafety *m_safety = nullptr;
     QPointer<VSettings> m_preferences;
     QPointer<Workspace> m_active;
     int m_documentCount = 0;

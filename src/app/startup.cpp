@@ -5,10 +5,12 @@
 #include "config/mconfiguration.h"
 #include "config/msettings.h"
 #include "darkstyle.h"
+#include "documentsafety.h"
 #include "mainwindow.h"
 
 #include <QApplication>
 #include <QStringList>
+#include <QTimer>
 
 StartUp::StartUp(Application &vApplication)
     : m_application(vApplication)
@@ -39,12 +41,17 @@ bool StartUp::prepare()
     Q_EMIT m_controller->do_apply();
     Q_EMIT m_controller->do_checkCommandLineTool();
     Q_EMIT m_mainWindow->do_open(fileNameFromArguments());
+    if (fileNameFromArguments().trimmed().isEmpty())
+        m_mainWindow->safety()->restoreSession();
     return true;
 }
 
 int StartUp::exec()
 {
     m_mainWindow->show();
+    // Asked once the window stands, so the recovered scripts open into it.
+    DocumentSafety *safety = m_mainWindow->safety();
+    QTimer::singleShot(0, safety, [safety] { safety->offerRecovery(); });
     return m_application.exec();
 }
 

@@ -120,6 +120,8 @@ public:
     void setRecentFiles(const QStringList &v) { m_store.setRecentFiles(v); }
     QVariantList trustedEngines() const { return m_store.trustedEngines(); }
     void setTrustedEngines(const QVariantList &v) { m_store.setTrustedEngines(v); }
+    bool reopenSession() const { return m_store.reopenSession(); }
+    void setReopenSession(bool v) { m_store.setReopenSession(v); }
 
 Q_SIGNALS:
     void do_apply();

@@ -7,6 +7,8 @@
 #include <QStandardPaths>
 #include <QTextStream>
 
+#include <algorithm>
+
 namespace {
 MSettings *s_instance = nullptr;
 
@@ -515,4 +517,47 @@ QVariantList MSettings::trustedEngines() const
 void MSettings::setTrustedEngines(const QVariantList &vValue)
 {
     write(kTrustedEngines, vValue);
+}
+
+bool MSettings::reopenSession() const
+{
+    return read(kReopenSession, true).toBool();
+}
+void MSettings::setReopenSession(bool vValue)
+{
+    write(kReopenSession, vValue);
+}
+
+QStringList MSettings::sessionFiles() const
+{
+    return read(kSessionFiles).toStringList();
+}
+void MSettings::setSessionFiles(const QStringList &vValue)
+{
+    write(kSessionFiles, vValue);
+}
+
+// Stored as text so that the native store keeps them readable; an unreadable entry is 0.
+QList<int> MSettings::sessionCursors() const
+{
+    QList<int> cursors;
+    for (const QString &entry : read(kSessionCursors).toStringList())
+        cursors.append(std::max(0, entry.toInt()));
+    return cursors;
+}
+void MSettings::setSessionCursors(const QList<int> &vValue)
+{
+    QStringList entries;
+    for (int cursor : vValue)
+        entries.append(QString::number(cursor));
+    write(kSessionCursors, entries);
+}
+
+int MSettings::sessionCurrent() const
+{
+    return read(kSessionCurrent, -1).toInt();
+}
+void MSettings::setSessionCurrent(int vValue)
+{
+    write(kSessionCurrent, vValue);
 }

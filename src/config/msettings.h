@@ -118,6 +118,15 @@ public:
     // Programs the user lets a script's "#!" line start: a list of maps, read by EngineTrust.
     QVariantList trustedEngines() const;
     void setTrustedEngines(const QVariantList &vValue);
+    // The scripts open at the last clean quit, in tab order, with each cursor and the current one.
+    bool reopenSession() const;
+    void setReopenSession(bool vValue);
+    QStringList sessionFiles() const;
+    void setSessionFiles(const QStringList &vValue);
+    QList<int> sessionCursors() const;
+    void setSessionCursors(const QList<int> &vValue);
+    int sessionCurrent() const;
+    void setSessionCurrent(int vValue);
 
     // Reads a built-in text resource; a missing resource gives an empty text.
     static QString resourceText(const QString &vPath);
@@ -166,6 +175,10 @@ private:
     const QString kLineNumbers = QStringLiteral("SyntaxEditor/LineNumbers");
     const QString kRecentFiles = QStringLiteral("SyntaxEditor/RecentFiles");
     const QString kTrustedEngines = QStringLiteral("Tovrel/TrustedScriptEngines");
+    const QString kReopenSession = QStringLiteral("Session/Reopen");
+    const QString kSessionFiles = QStringLiteral("Session/Files");
+    const QString kSessionCursors = QStringLiteral("Session/Cursors");
+    const QString kSessionCurrent = QStringLiteral("Session/Current");
 
     QString m_desktopFolder;
     bool m_importSettingsEnabled = false;

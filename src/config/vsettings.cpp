@@ -172,6 +172,7 @@ void VSettings::loadSettings()
     CSettings::parseFont(settings.store().applicationFont(), applicationFont);
     setFontChoice(ui->cmbApplicationFontName, ui->spbApplicationFontSize, applicationFont);
     ui->chkAutoUpdate->setChecked(settings.autoCheck());
+    ui->chkReopenSession->setChecked(settings.reopenSession());
 
     setFontChoice(ui->cmbSyntaxEditorFontName, ui->spbSyntaxEditorFontSize, settings.editorFont());
     ui->chkAdvanceHighlight->setChecked(!settings.advanceHighlight());
@@ -333,6 +334,7 @@ void VSettings::storeGeneral()
     settings.setVerticalLayout(ui->radioButton_Vert->isChecked());
     settings.setMplusToolName(ui->mplusPath->text());
     settings.setAutoCheck(ui->chkAutoUpdate->isChecked());
+    settings.setReopenSession(ui->chkReopenSession->isChecked());
     const bool dark = ui->darkButton->isChecked();
     if (dark == settings.darkModeSet())
         return;

@@ -400,6 +400,7 @@ void Workspace::closeEvent(QCloseEvent *vEvent)
     }
     m_closeConfirmed = true;
     shutDown();
+    Q_EMIT did_close();
     vEvent->accept();
 }
 

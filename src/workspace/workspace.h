@@ -47,6 +47,8 @@ public:
     // Everything the last run streamed into the output pane, iteration history included.
     QString iterationHistory() const { return QString::fromUtf8(m_fullOutput); }
     bool isModified() const;
+    // The script's file name, or "Untitled" and the document number for a new one.
+    QString displayName() const;
     bool isRunning() const;
     bool isPlotting() const;
     bool plotsAvailable() const { return m_plotsAvailable; }
@@ -73,6 +75,8 @@ Q_SIGNALS:
     void process_finished();
     void output_receieved();
     void actionsChanged();
+    // The document agreed to close: its changes were saved or knowingly discarded.
+    void did_close();
 
 public Q_SLOTS:
     void on_new();
@@ -149,7 +153,6 @@ private:
     void shutDown();
     void loadScript(const QString &vText, bool vMplus);
     void updateTitle();
-    QString displayName() const;
     void applyPlotDefaults();
 
     std::unique_ptr<Ui::Workspace> ui;
