@@ -97,7 +97,7 @@ std::string Report::dataInformation(const Script &script, const DataSet &data,
     text += field("Missing-value code", script.hasMissingCode ? script.missingCode : "none");
     text += field("Cluster variable", model.clusterName());
     text += field("Number of clusters", std::to_string(model.clusters().size()));
-    text += field("Cluster sizes (smallest, mean, largest)",
+    text += field("Cluster sizes (min, mean, max)",
                   Text::format("%zu, %.1f, %zu", smallest,
                                static_cast<double>(data.rows())
                                    / static_cast<double>(model.clusters().size()),
