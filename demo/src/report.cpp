@@ -140,7 +140,7 @@ std::string Report::modelInformation(const MultilevelData &model)
         + ", varying over " + model.clusterName() + "\n";
     text += "  Priors: flat on the coefficients, 1/variance on the level-1 residual variance;\n"
             "          inverse Wishart on the level-2 covariance matrix, with degrees of\n"
-            "          freedom one more than its size and a diagonal scale of 0.01 times\n"
+            "          freedom one less than its size and a diagonal scale of 0.01 times\n"
             "          the outcome's variance (over the predictor's variance for a slope)";
     bool anyMissing = !incomplete.empty() || model.missingCounts().back() > 0;
     if (anyMissing)
