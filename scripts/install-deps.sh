@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages the studio needs to build, test and run, only those missing.
-# With --test it adds the tools the test suite checks the installed studio and its package with.
+# With --test it adds the tools the test suite checks the installed studio and its package with;
+# with --reference the statistics packages that regenerate the committed reference numbers.
 set -euo pipefail
 
 packages=(
@@ -16,6 +17,10 @@ if [ "${1:-}" = "--test" ]; then
     packages+=(python3)
     # A window manager and synthetic X input type into real studios in the recovery test.
     packages+=(openbox xdotool)
+fi
+if [ "${1:-}" = "--reference" ]; then
+    # Only to regenerate committed reference numbers by hand (demo/tests/reference).
+    packages+=(r-base-core r-cran-lme4)
 fi
 
 missing=()

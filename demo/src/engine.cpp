@@ -4,11 +4,14 @@
 #include "dataset.h"
 #include "inputerror.h"
 #include "modeldata.h"
+#include "multileveldata.h"
+#include "multilevelsampler.h"
 #include "parameterlist.h"
 #include "report.h"
 #include "resultwriter.h"
 #include "sampler.h"
 #include "script.h"
+#include "simulator.h"
 #include "text.h"
 
 #include <algorithm>
@@ -71,13 +74,23 @@ int Engine::run(const CommandLine &commandLine)
     if (!script->warnings.empty())
         show("\n", false);
     show(Report::options(*script, !request.traceDirectory.empty()), true);
-    show(Report::dataInformation(*script, *data, *model), true);
-    show(Report::modelInformation(*model), true);
+    show(simulationText, true);
+    if (multilevel) {
+        show(Report::dataInformation(*script, *data, *multilevel), true);
+        show(Report::modelInformation(*multilevel), true);
+    } else {
+        show(Report::dataInformation(*script, *data, *model), true);
+        show(Report::modelInformation(*model), true);
+    }
     startChains();
     if (!sample())
         return 1;
     reviewResults();
-    show(Report::estimates(*parameters, results, script->iterations, script->chains), true);
+    if (multilevel)
+        show(Report::multilevelEstimates(*parameters, results, script->iterations, script->chains),
+             true);
+    else
+        show(Report::estimates(*parameters, results, script->iterations, script->chains), true);
     show(Report::warnings(warnings), true);
     if (!writeFiles())
         return 1;
@@ -87,6 +100,8 @@ int Engine::run(const CommandLine &commandLine)
 void Engine::prepare()
 {
     script = std::make_unique<Script>(Script::load(request.script));
+    if (script->simulation.requested)
+        simulate();
     const std::filesystem::path dataPath = besideScript(script->dataFile);
     try {
         data = std::make_unique<DataSet>(
@@ -98,9 +113,24 @@ void Engine::prepare()
         throw InputError(std::string(error.what()) + " (DATA on line "
                          + std::to_string(script->dataLine) + " of script '" + script->name + "')");
     }
-    model = std::make_unique<ModelData>(*script, *data);
-    std::vector<std::string> predictors(model->names().begin(), model->names().end() - 1);
-    parameters = std::make_unique<ParameterList>(model->outcome(), predictors);
+    if (!script->clusterId.empty()) {
+        multilevel = std::make_unique<MultilevelData>(*script, *data);
+        std::vector<std::string> predictors(multilevel->names().begin(),
+                                            multilevel->names().end() - 1);
+        std::vector<std::string> slopes;
+        for (std::size_t a = 1; a < multilevel->randomColumns().size(); ++a)
+            slopes.push_back(predictors[multilevel->randomColumns()[a] - 1]);
+        std::vector<std::string> clusters;
+        if (keepRandomEffects())
+            for (const auto &cluster : multilevel->clusters())
+                clusters.push_back(cluster.label);
+        parameters = std::make_unique<ParameterList>(multilevel->outcome(), predictors, slopes,
+                                                     multilevel->clusterName(), clusters);
+    } else {
+        model = std::make_unique<ModelData>(*script, *data);
+        std::vector<std::string> predictors(model->names().begin(), model->names().end() - 1);
+        parameters = std::make_unique<ParameterList>(model->outcome(), predictors);
+    }
     checkTargets();
     const double stored = static_cast<double>(script->burn + script->iterations)
         * static_cast<double>(script->chains) * static_cast<double>(parameters->size());
@@ -108,6 +138,34 @@ void Engine::prepare()
         throw InputError(
             "script '" + script->name
             + "': BURN plus ITERATIONS times CHAINS is too large to keep every draw in memory.");
+}
+
+// SIMULATE writes the data set the rest of the run then reads and fits, so the report shows
+// what the sampler recovers next to the true values.
+void Engine::simulate()
+{
+    const Simulator simulator(*script);
+    const std::string where = "script '" + script->name + "'";
+    if (!script->hasMissingCode && !script->simulation.missing.empty())
+        throw InputError::at(where, script->simulation.line,
+                             "SIMULATE removes values, so a MISSING command must give the code "
+                             "they are written as.");
+    if (script->variables.empty())
+        script->variables = simulator.names();
+    AtomicFile file(besideScript(script->dataFile));
+    std::string error;
+    if (!file.open(error))
+        throw InputError(where + ", line " + std::to_string(script->dataLine) + ": " + error);
+    simulator.write(file.stream(), script->missingCode);
+    if (!file.commit(error))
+        throw InputError(where + ", line " + std::to_string(script->dataLine) + ": " + error);
+    simulationText = simulator.summary(script->dataFile);
+}
+
+bool Engine::keepRandomEffects() const
+{
+    return std::find(script->options.begin(), script->options.end(), "ranefs")
+        != script->options.end();
 }
 
 std::filesystem::path Engine::besideScript(const std::string &name) const
@@ -148,8 +206,13 @@ void Engine::checkTargets() const
 void Engine::startChains()
 {
     const unsigned chains = static_cast<unsigned>(script->chains);
-    for (unsigned c = 0; c < chains; ++c)
-        samplers.push_back(std::make_unique<Sampler>(*model, script->seed, c, chains));
+    for (unsigned c = 0; c < chains; ++c) {
+        if (multilevel)
+            samplers.push_back(std::make_unique<MultilevelSampler>(*multilevel, keepRandomEffects(),
+                                                                   script->seed, c, chains));
+        else
+            samplers.push_back(std::make_unique<Sampler>(*model, script->seed, c, chains));
+    }
     if (script->saveImputations.empty())
         return;
     // Imputations go round the chains and are spread evenly over each chain's saved iterations,
@@ -302,10 +365,18 @@ bool Engine::writeFiles()
         std::ostream *file = create(besideScript(name));
         if (!file)
             return failed();
-        const Sampler &sampler = *samplers[static_cast<std::size_t>(imputationChain[k])];
-        ResultWriter::imputation(
-            *file, *data, *model,
-            sampler.imputations()[static_cast<std::size_t>(imputationSlot[k])]);
+        const Chain &sampler = *samplers[static_cast<std::size_t>(imputationChain[k])];
+        const std::vector<double> &imputed
+            = sampler.imputations()[static_cast<std::size_t>(imputationSlot[k])];
+        if (multilevel) {
+            std::vector<std::pair<std::size_t, std::size_t>> cells;
+            for (const auto &cell : multilevel->missingCells())
+                cells.emplace_back(multilevel->originalRows()[cell.first],
+                                   multilevel->columns()[cell.second - 1]);
+            ResultWriter::imputation(*file, *data, cells, imputed);
+        } else {
+            ResultWriter::imputation(*file, *data, *model, imputed);
+        }
     }
     for (auto &file : files)
         if (!file->commit(error))

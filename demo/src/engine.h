@@ -9,10 +9,11 @@
 #include <string>
 #include <vector>
 
+class Chain;
 class DataSet;
 class ModelData;
+class MultilevelData;
 class ParameterList;
-class Sampler;
 class Script;
 
 // One run of the engine: read the script and data, sample all chains (reporting the PSR at
@@ -31,6 +32,8 @@ public:
 
 private:
     void prepare();
+    void simulate();
+    bool keepRandomEffects() const;
     void checkTargets() const;
     std::filesystem::path besideScript(const std::string &name) const;
     void startChains();
@@ -46,9 +49,10 @@ private:
     CommandLine request;
     std::unique_ptr<Script> script;
     std::unique_ptr<DataSet> data;
-    std::unique_ptr<ModelData> model;
+    std::unique_ptr<ModelData> model; // a single-level model, or
+    std::unique_ptr<MultilevelData> multilevel; // a two-level one
     std::unique_ptr<ParameterList> parameters;
-    std::vector<std::unique_ptr<Sampler>> samplers;
+    std::vector<std::unique_ptr<Chain>> samplers;
     std::vector<long> imputationChain; // per imputation: its chain and its place there
     std::vector<long> imputationSlot;
     std::vector<PosteriorSummary::Estimate> results;
@@ -56,4 +60,5 @@ private:
     bool burnInChecked = false;
     std::vector<std::string> warnings;
     std::string reportText; // what goes to the output file
+    std::string simulationText; // the true values of a simulated data set
 };

@@ -2,6 +2,7 @@
 
 #include "dataset.h"
 #include "modeldata.h"
+#include "multileveldata.h"
 #include "parameterlist.h"
 #include "script.h"
 #include "text.h"
@@ -67,15 +68,85 @@ std::string Report::dataInformation(const Script &script, const DataSet &data,
     text += field("Columns in the data file", std::to_string(data.columns()));
     text += field("Missing-value code", script.hasMissingCode ? script.missingCode : "none");
     text += field("Complete rows (model variables)", std::to_string(model.completeRows()));
-    text += "\n  Missing values per model variable:\n";
-    const auto &names = model.names();
-    for (std::size_t v = 0; v < names.size(); ++v) {
-        const long missing = model.missingCounts()[v];
-        text += Text::format("    %-34s %8ld  (%5.1f%%)\n", names[v].c_str(), missing,
-                             100.0 * static_cast<double>(missing)
-                                 / static_cast<double>(data.rows()));
-    }
+    return text + missingPerVariable(model.names(), model.missingCounts(), data.rows());
+}
+
+std::string Report::missingPerVariable(const std::vector<std::string> &names,
+                                       const std::vector<long> &missing, std::size_t rows)
+{
+    std::string text = "\n  Missing values per model variable:\n";
+    for (std::size_t v = 0; v < names.size(); ++v)
+        text += Text::format("    %-34s %8ld  (%5.1f%%)\n", names[v].c_str(), missing[v],
+                             100.0 * static_cast<double>(missing[v]) / static_cast<double>(rows));
     return text + "\n";
+}
+
+std::string Report::dataInformation(const Script &script, const DataSet &data,
+                                    const MultilevelData &model)
+{
+    std::size_t smallest = data.rows();
+    std::size_t largest = 0;
+    for (const auto &cluster : model.clusters()) {
+        smallest = std::min(smallest, cluster.count);
+        largest = std::max(largest, cluster.count);
+    }
+    std::string text = "DATA INFORMATION:\n\n";
+    text += field("Data file", script.dataFile);
+    text += field("Sample size", std::to_string(data.rows()));
+    text += field("Columns in the data file", std::to_string(data.columns()));
+    text += field("Missing-value code", script.hasMissingCode ? script.missingCode : "none");
+    text += field("Cluster variable", model.clusterName());
+    text += field("Number of clusters", std::to_string(model.clusters().size()));
+    text += field("Cluster sizes (min, mean, max)",
+                  Text::format("%zu, %.1f, %zu", smallest,
+                               static_cast<double>(data.rows())
+                                   / static_cast<double>(model.clusters().size()),
+                               largest));
+    text += field("Complete rows (model variables)", std::to_string(model.completeRows()));
+    return text + missingPerVariable(model.names(), model.missingCounts(), data.rows());
+}
+
+std::string Report::modelInformation(const MultilevelData &model)
+{
+    std::vector<std::string> complete;
+    std::vector<std::string> incomplete;
+    std::vector<std::string> levelTwo;
+    std::vector<std::string> predictors(model.names().begin(), model.names().end() - 1);
+    for (std::size_t k = 0; k < model.predictors(); ++k) {
+        if (model.isLevelTwo(k))
+            levelTwo.push_back(predictors[k]);
+        else
+            (model.missingCounts()[k] == 0 ? complete : incomplete).push_back(predictors[k]);
+    }
+    std::vector<std::string> slopes;
+    for (std::size_t a = 1; a < model.randomColumns().size(); ++a)
+        slopes.push_back(predictors[model.randomColumns()[a] - 1]);
+
+    std::string text = "MODEL INFORMATION:\n\n";
+    text += "  Outcome Variable:  " + model.outcome() + "\n";
+    if (!complete.empty())
+        text += "  Complete predictor:  " + joined(complete) + "\n";
+    if (!incomplete.empty())
+        text += "  Missing predictor:  " + joined(incomplete) + "\n";
+    if (!levelTwo.empty())
+        text += "  Level-2 predictor:  " + joined(levelTwo)
+            + "  (one value per cluster; missing cells taken from the cluster)\n";
+    text += "  Cluster variable:  " + model.clusterName() + "\n";
+    text += "\n  Model:  " + model.outcome() + " ~ "
+        + (predictors.empty() ? std::string("1") : joined(predictors))
+        + (slopes.empty() ? std::string() : " | " + joined(slopes)) + "\n";
+    text += "  Random effects:  intercept" + (slopes.empty() ? std::string() : " and the slope"
+                + std::string(slopes.size() > 1 ? "s" : "") + " of " + joined(slopes))
+        + ", varying over " + model.clusterName() + "\n";
+    text += "  Priors: flat on the coefficients, 1/variance on the level-1 residual variance;\n"
+            "          inverse Wishart on the level-2 covariance matrix, with degrees of\n"
+            "          freedom one less than its size and a diagonal scale of 0.01 times\n"
+            "          the outcome's variance (over the predictor's variance for a slope)";
+    bool anyMissing = !incomplete.empty() || model.missingCounts().back() > 0;
+    if (anyMissing)
+        text += ";\n          missing level-1 values drawn from a normal model of the level-1\n"
+                "          predictors (Jeffreys-type prior) and the regression itself";
+    return text + ".\n\n";
 }
 
 std::string Report::modelInformation(const ModelData &model)
@@ -151,13 +222,7 @@ std::string Report::estimates(const ParameterList &parameters,
         nameWidth = std::max(nameWidth, parameters.at(i).argument.size() + 2);
     const std::string rule = "  " + std::string(nameWidth + 2 + 4 * 11 + 9 + 11, '-') + "\n";
 
-    std::string text = "OUTCOME MODEL ESTIMATES:\n\n";
-    text += Text::format("  Summaries based on %ld iterations using %ld chains.\n\n", iterations,
-                         chains);
-    text += "  Outcome Variable:  " + parameters.outcome() + "\n\n";
-    text += Text::format("  %-*s%11s%11s%11s%11s%9s%11s\n", static_cast<int>(nameWidth + 2),
-                         "Parameters", "Median", "StdDev", "2.5%", "97.5%", "PSR", "N_Eff");
-    text += rule;
+    std::string text = estimateTable(parameters, nameWidth, iterations, chains) + rule;
     text += "  Variances:\n";
     text += estimateRow("Residual Var.", estimates[parameters.residualVariance()], nameWidth);
     text += "\n  Coefficients:\n";
@@ -173,6 +238,50 @@ std::string Report::estimates(const ParameterList &parameters,
                                 estimates[parameters.standardizedSlope(k)], nameWidth);
         text += "\n  Proportion Variance Explained\n";
         text += estimateRow("by Coefficients (R2)", estimates[parameters.rSquared()], nameWidth);
+    }
+    text += rule;
+    return text + "\n";
+}
+
+std::string Report::estimateTable(const ParameterList &parameters, std::size_t nameWidth,
+                                  long iterations, long chains)
+{
+    std::string text = "OUTCOME MODEL ESTIMATES:\n\n";
+    text += Text::format("  Summaries based on %ld iterations using %ld chains.\n\n", iterations,
+                         chains);
+    text += "  Outcome Variable:  " + parameters.outcome() + "\n\n";
+    text += Text::format("  %-*s%11s%11s%11s%11s%9s%11s\n", static_cast<int>(nameWidth + 2),
+                         "Parameters", "Median", "StdDev", "2.5%", "97.5%", "PSR", "N_Eff");
+    return text;
+}
+
+std::string Report::multilevelEstimates(const ParameterList &parameters,
+                                        const std::vector<PosteriorSummary::Estimate> &estimates,
+                                        long iterations, long chains)
+{
+    std::size_t nameWidth = 22;
+    for (std::size_t i = 0; i < parameters.size(); ++i)
+        nameWidth = std::max(nameWidth, parameters.at(i).shortName.size() + 2);
+    const std::string rule = "  " + std::string(nameWidth + 2 + 4 * 11 + 9 + 11, '-') + "\n";
+    auto row = [&](std::size_t i) {
+        return estimateRow(parameters.at(i).shortName, estimates[i], nameWidth);
+    };
+    std::string text = estimateTable(parameters, nameWidth, iterations, chains) + rule;
+    text += "  Level-2 Variances and Covariances:\n";
+    const std::size_t q = parameters.randomEffects();
+    for (std::size_t a = 0; a < q; ++a)
+        for (std::size_t b = 0; b <= a; ++b)
+            text += row(parameters.levelTwo(a, b));
+    text += "\n  Level-1 Variance:\n";
+    text += row(parameters.residualVariance());
+    text += "\n  Coefficients:\n";
+    for (std::size_t k = 0; k <= parameters.predictors(); ++k)
+        text += row(k);
+    if (parameters.clustersKept() > 0) {
+        text += "\n  Random Effects (each cluster's deviation from the coefficients):\n";
+        for (std::size_t g = 0; g < parameters.clustersKept(); ++g)
+            for (std::size_t a = 0; a < q; ++a)
+                text += row(parameters.randomEffect(g, a));
     }
     text += rule;
     return text + "\n";

@@ -7,6 +7,7 @@
 
 class DataSet;
 class ModelData;
+class MultilevelData;
 class ParameterList;
 class Script;
 
@@ -21,12 +22,18 @@ public:
     static std::string dataInformation(const Script &script, const DataSet &data,
                                        const ModelData &model);
     static std::string modelInformation(const ModelData &model);
+    static std::string dataInformation(const Script &script, const DataSet &data,
+                                       const MultilevelData &model);
+    static std::string modelInformation(const MultilevelData &model);
     static std::string historyHeading(long chains, long burn);
     static std::string checkpoint(long from, long to, const PosteriorSummary::Highest &highest,
                                   const ParameterList &parameters);
     static std::string estimates(const ParameterList &parameters,
                                  const std::vector<PosteriorSummary::Estimate> &estimates,
                                  long iterations, long chains);
+    static std::string multilevelEstimates(
+        const ParameterList &parameters, const std::vector<PosteriorSummary::Estimate> &estimates,
+        long iterations, long chains);
     static std::string warnings(const std::vector<std::string> &messages);
 
     // A number in a column of the given width: three decimals, or scientific notation when
@@ -34,6 +41,10 @@ public:
     static std::string number(double value, int width);
 
 private:
+    static std::string missingPerVariable(const std::vector<std::string> &names,
+                                          const std::vector<long> &missing, std::size_t rows);
+    static std::string estimateTable(const ParameterList &parameters, std::size_t nameWidth,
+                                     long iterations, long chains);
     static std::string estimateRow(const std::string &name, const PosteriorSummary::Estimate &e,
                                    std::size_t nameWidth);
 };

@@ -30,9 +30,11 @@ void ResultWriter::trace(std::ostream &out, const std::vector<double> &draws,
 void ResultWriter::labels(std::ostream &out, const ParameterList &parameters)
 {
     out << "\"Variable\" \"Parameter\" \"Argument\"\n";
-    for (std::size_t i = 0; i < parameters.size(); ++i)
-        out << '"' << parameters.outcome() << "\" \"" << parameters.at(i).type << "\" \""
-            << parameters.at(i).argument << "\"\n";
+    for (std::size_t i = 0; i < parameters.size(); ++i) {
+        const auto &entry = parameters.at(i);
+        out << '"' << (entry.owner.empty() ? parameters.outcome() : entry.owner) << "\" \""
+            << entry.type << "\" \"" << entry.argument << "\"\n";
+    }
 }
 
 void ResultWriter::estimates(std::ostream &out, const ParameterList &parameters,
@@ -53,19 +55,27 @@ void ResultWriter::estimates(std::ostream &out, const ParameterList &parameters,
 void ResultWriter::imputation(std::ostream &out, const DataSet &data, const ModelData &model,
                               const std::vector<double> &imputed)
 {
-    const std::size_t columns = data.columns();
-    std::vector<double> filled(data.rows() * columns, std::numeric_limits<double>::quiet_NaN());
-    std::size_t next = 0;
+    std::vector<std::pair<std::size_t, std::size_t>> cells;
     const std::size_t outcome = model.width() - 1;
     for (const ModelData::Pattern &pattern : model.patterns())
         for (std::size_t r = pattern.first; r < pattern.first + pattern.count; ++r) {
             const std::size_t row = model.originalRows()[r];
             for (int j : pattern.missing)
-                filled[row * columns + model.columns()[static_cast<std::size_t>(j) - 1]]
-                    = imputed[next++];
+                cells.emplace_back(row, model.columns()[static_cast<std::size_t>(j) - 1]);
             if (pattern.outcomeMissing)
-                filled[row * columns + model.columns()[outcome - 1]] = imputed[next++];
+                cells.emplace_back(row, model.columns()[outcome - 1]);
         }
+    imputation(out, data, cells, imputed);
+}
+
+void ResultWriter::imputation(std::ostream &out, const DataSet &data,
+                              const std::vector<std::pair<std::size_t, std::size_t>> &cells,
+                              const std::vector<double> &imputed)
+{
+    const std::size_t columns = data.columns();
+    std::vector<double> filled(data.rows() * columns, std::numeric_limits<double>::quiet_NaN());
+    for (std::size_t k = 0; k < cells.size(); ++k)
+        filled[cells[k].first * columns + cells[k].second] = imputed[k];
     char buffer[64];
     std::string line;
     for (std::size_t r = 0; r < data.rows(); ++r) {

@@ -3,6 +3,7 @@
 #include "posteriorsummary.h"
 
 #include <ostream>
+#include <utility>
 #include <vector>
 
 class DataSet;
@@ -23,5 +24,9 @@ public:
     // The data set with the model's missing values filled in from `imputed` (the values of the
     // missing cells in the sampler's grouped-row order). Other values are copied as written.
     static void imputation(std::ostream &out, const DataSet &data, const ModelData &model,
+                           const std::vector<double> &imputed);
+    // The same with the missing cells given as (data row, data column), in `imputed`'s order.
+    static void imputation(std::ostream &out, const DataSet &data,
+                           const std::vector<std::pair<std::size_t, std::size_t>> &cells,
                            const std::vector<double> &imputed);
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "chain.h"
 #include "matrix.h"
 #include "modeldata.h"
 #include "random.h"
@@ -13,25 +14,18 @@
 // imputations: the predictors' normal model (mean and covariance), then the regression
 // coefficients and residual variance jointly; then every missing value from its full conditional
 // given those parameters and the row's observed values.
-class Sampler
+class Sampler : public Chain
 {
 public:
     Sampler(const ModelData &data, std::uint64_t seed, unsigned chain, unsigned chains);
 
-    // Runs on until `iteration` iterations are done. False on a numerical breakdown; error() says
-    // why. Safe to call from a worker thread: a chain touches only its own state.
-    bool runTo(long iteration);
-    long done() const { return iterationsDone; }
-    const std::string &error() const { return failure; }
-
-    // done() x ParameterList::size() values in the user's units, iteration after iteration.
-    const std::vector<double> &draws() const { return history; }
-
-    // Iterations (1-based, ascending) after which the imputed values are kept.
-    void keepImputationsAt(std::vector<long> iterations);
-    // One entry per kept iteration: the imputed values of every missing cell, grouped-row order,
-    // in the user's units.
-    const std::vector<std::vector<double>> &imputations() const { return kept; }
+    bool runTo(long iteration) override;
+    long done() const override { return iterationsDone; }
+    const std::string &error() const override { return failure; }
+    const std::vector<double> &draws() const override { return history; }
+    void keepImputationsAt(std::vector<long> iterations) override;
+    // Imputed cells in grouped-row order, in the user's units.
+    const std::vector<std::vector<double>> &imputations() const override { return kept; }
 
 private:
     struct PatternWork

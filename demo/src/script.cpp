@@ -101,7 +101,7 @@ Script Script::parse(const std::string &text, const std::string &name,
             continue;
         static const std::set<std::string> knownWords {"DATA",  "VARIABLES", "MISSING",    "MODEL",
                                                        "SEED",  "BURN",      "ITERATIONS", "CHAINS",
-                                                       "CHAIN", "NIMPS"};
+                                                       "CHAIN", "NIMPS",     "CLUSTERID",  "SIMULATE"};
         if (knownWords.count(command.word) != 0 && !seen.insert(command.word).second)
             script.warnings.push_back(Text::format("Line %d: %s is given more than once; the "
                                                    "last one is used.",
@@ -114,6 +114,11 @@ Script Script::parse(const std::string &text, const std::string &name,
     if (script.outcome.empty())
         throw InputError("script '" + name
                          + "': there is no MODEL command; add one such as \"MODEL: y ~ x1 x2;\".");
+    if (!script.randomSlopes.empty() && script.clusterId.empty())
+        script.fail(script.modelLine,
+                    "random slopes (after \"|\") need a CLUSTERID command naming the clusters.");
+    if (script.simulation.requested)
+        script.checkSimulation();
     if (!script.saveImputations.empty() && script.imputations == 0)
         script.warnings.push_back(Text::format("Line %d: SAVE asks for imputations but NIMPS is "
                                                "not given; no imputed data sets are written.",
@@ -234,6 +239,13 @@ void Script::apply(const Command &command)
         hasMissingCode = true;
     } else if (word == "MODEL") {
         applyModel(command);
+    } else if (word == "CLUSTERID") {
+        clusterId = singleValue(command);
+        clusterLine = command.line;
+        if (!Text::isName(clusterId))
+            fail(command.line, "\"" + clusterId + "\" is not a valid variable name.");
+    } else if (word == "SIMULATE") {
+        applySimulate(command);
     } else if (word == "SEED") {
         unsigned long long value = 0;
         if (!Text::parseUnsigned(singleValue(command), value))
@@ -273,7 +285,16 @@ void Script::applyModel(const Command &command)
     const std::string left = Text::trim(command.value.substr(0, tilde));
     if (!Text::isName(left))
         fail(command.line, "MODEL needs one outcome variable before \"~\", not \"" + left + "\".");
-    const auto right = Text::tokens(command.value.substr(tilde + 1), " \t\r\n,+");
+    std::string fixedPart = command.value.substr(tilde + 1);
+    std::string randomPart;
+    const auto bar = fixedPart.find('|');
+    if (bar != std::string::npos) {
+        randomPart = fixedPart.substr(bar + 1);
+        fixedPart.erase(bar);
+        if (randomPart.find('|') != std::string::npos)
+            fail(command.line, "MODEL takes one \"|\", before the random slopes.");
+    }
+    const auto right = Text::tokens(fixedPart, " \t\r\n,+");
     if (right.empty())
         fail(command.line, "MODEL needs predictors after \"~\", or \"1\" for an intercept only.");
     std::vector<std::string> names;
@@ -287,9 +308,143 @@ void Script::applyModel(const Command &command)
             fail(command.line, "the variable \"" + term + "\" appears twice in the model.");
         names.push_back(term);
     }
+    std::vector<std::string> slopes;
+    std::set<std::string> seenSlopes;
+    for (const auto &term : Text::tokens(randomPart, " \t\r\n,+")) {
+        if (term == "1")
+            continue; // the random intercept is always there
+        if (seen.count(Text::upper(term)) == 0 || Text::equalNoCase(term, left))
+            fail(command.line, "the random slope \"" + term
+                                   + "\" must also be a predictor before \"|\".");
+        if (!seenSlopes.insert(Text::upper(term)).second)
+            fail(command.line, "the random slope \"" + term + "\" appears twice.");
+        slopes.push_back(term);
+    }
     outcome = left;
     predictors = names;
+    randomSlopes = slopes;
     modelLine = command.line;
+}
+
+// "SIMULATE: clusters = 150 size = 20 coefficients = 10 0.5 0.3 residual = 4
+//  covariance = 1 0.1 0.05 level2 = w missing = x1 0.2;" - each key starts a new group.
+void Script::applySimulate(const Command &command)
+{
+    simulation = Simulation();
+    simulation.requested = true;
+    simulation.line = command.line;
+    std::string text = command.value;
+    for (char &c : text)
+        if (c == '=')
+            c = ' ';
+    static const std::set<std::string> keys {"clusters", "size",   "coefficients", "residual",
+                                             "covariance", "level2", "missing"};
+    std::string key;
+    std::set<std::string> given;
+    auto number = [&](const std::string &word) {
+        double value = 0.0;
+        if (!Text::parseNumber(word, value))
+            fail(command.line, "SIMULATE " + key + " needs numbers, not \"" + word + "\".");
+        return value;
+    };
+    auto count = [&](const std::string &word) {
+        long long value = 0;
+        if (!Text::parseInteger(word, value) || value < 1 || value > 1000000)
+            fail(command.line, "SIMULATE " + key + " needs a whole number from 1 to 1000000, not \""
+                                   + word + "\".");
+        return static_cast<long>(value);
+    };
+    std::string pendingMissing;
+    for (const auto &word : Text::tokens(text, " \t\r\n,")) {
+        const std::string lower = Text::lower(word);
+        if (keys.count(lower) != 0) {
+            if (!pendingMissing.empty())
+                fail(command.line, "SIMULATE missing needs a fraction after \"" + pendingMissing
+                                       + "\".");
+            key = lower;
+            if (!given.insert(key).second)
+                fail(command.line, "SIMULATE gives " + key + " twice.");
+            continue;
+        }
+        if (key.empty())
+            fail(command.line, "SIMULATE expects settings such as \"clusters = 100\", not \""
+                                   + word + "\".");
+        if (key == "clusters")
+            simulation.clusters = count(word);
+        else if (key == "size")
+            simulation.size = count(word);
+        else if (key == "coefficients")
+            simulation.coefficients.push_back(number(word));
+        else if (key == "residual")
+            simulation.residual = number(word);
+        else if (key == "covariance")
+            simulation.covariance.push_back(number(word));
+        else if (key == "level2")
+            simulation.levelTwo.push_back(word);
+        else if (pendingMissing.empty())
+            pendingMissing = word;
+        else {
+            const double fraction = number(word);
+            if (!(fraction >= 0.0 && fraction < 1.0))
+                fail(command.line, "SIMULATE missing fractions lie from 0 to below 1.");
+            simulation.missing.emplace_back(pendingMissing, fraction);
+            pendingMissing.clear();
+        }
+    }
+    if (!pendingMissing.empty())
+        fail(command.line, "SIMULATE missing needs a fraction after \"" + pendingMissing + "\".");
+}
+
+// The simulation must state every true value the model has.
+void Script::checkSimulation() const
+{
+    const Simulation &s = simulation;
+    const std::size_t q = 1 + randomSlopes.size();
+    if (s.size < 1)
+        fail(s.line, clusterId.empty() ? "SIMULATE needs \"size = \" the number of rows."
+                                       : "SIMULATE needs \"size = \" the rows per cluster.");
+    if (!clusterId.empty() && s.clusters < 2)
+        fail(s.line, "SIMULATE with CLUSTERID needs \"clusters = \" two or more.");
+    if (clusterId.empty() && s.clusters != 0)
+        fail(s.line, "SIMULATE clusters needs a CLUSTERID command naming the cluster variable.");
+    if (!clusterId.empty() && s.size < 2)
+        fail(s.line, "SIMULATE needs two or more rows per cluster.");
+    if (s.coefficients.size() != predictors.size() + 1)
+        fail(s.line, Text::format("SIMULATE coefficients needs %zu numbers: the intercept and one "
+                                  "per predictor of MODEL.",
+                                  predictors.size() + 1));
+    if (!(s.residual > 0.0))
+        fail(s.line, "SIMULATE residual (the level-1 residual variance) must be positive.");
+    if (clusterId.empty() && !s.covariance.empty())
+        fail(s.line, "SIMULATE covariance needs a CLUSTERID command.");
+    if (!clusterId.empty() && s.covariance.size() != q * (q + 1) / 2)
+        fail(s.line, Text::format("SIMULATE covariance needs %zu numbers: the level-2 covariance "
+                                  "matrix of the intercept and random slopes, lower triangle by "
+                                  "rows.",
+                                  q * (q + 1) / 2));
+    auto inModel = [&](const std::string &name) {
+        return Text::equalNoCase(name, outcome)
+            || std::any_of(predictors.begin(), predictors.end(),
+                           [&](const std::string &p) { return Text::equalNoCase(p, name); });
+    };
+    for (const auto &name : s.levelTwo) {
+        if (clusterId.empty())
+            fail(s.line, "SIMULATE level2 needs a CLUSTERID command.");
+        if (!inModel(name) || Text::equalNoCase(name, outcome))
+            fail(s.line, "SIMULATE level2 names \"" + name + "\", which is not a predictor.");
+        for (const auto &slope : randomSlopes)
+            if (Text::equalNoCase(slope, name))
+                fail(s.line, "\"" + name + "\" cannot be both level-2 and a random slope.");
+    }
+    for (const auto &entry : s.missing) {
+        if (!inModel(entry.first))
+            fail(s.line, "SIMULATE missing names \"" + entry.first
+                             + "\", which is not a model variable.");
+        for (const auto &name : s.levelTwo)
+            if (Text::equalNoCase(name, entry.first))
+                fail(s.line, "SIMULATE removes level-1 values only; \"" + name
+                                 + "\" is level-2.");
+    }
 }
 
 void Script::applySave(const Command &command)

@@ -26,7 +26,25 @@ public:
     std::string missingCode;
     std::string outcome;
     std::vector<std::string> predictors;
+    std::vector<std::string> randomSlopes; // after "|": predictors whose slope varies by cluster
     int modelLine = 0;
+    std::string clusterId; // empty for a single-level model
+    int clusterLine = 0;
+
+    // SIMULATE: the model's true values; the data are generated into DATA and then fitted.
+    struct Simulation
+    {
+        bool requested = false;
+        int line = 0;
+        long clusters = 0; // 0: a single-level data set of `size` rows
+        long size = 0;
+        std::vector<double> coefficients; // intercept, then one per predictor
+        double residual = 1.0; // level-1 residual variance
+        std::vector<double> covariance; // level-2, lower triangle by rows
+        std::vector<std::string> levelTwo; // predictors drawn once per cluster
+        std::vector<std::pair<std::string, double>> missing; // variable, fraction removed
+    };
+    Simulation simulation;
 
     std::uint64_t seed = 90291;
     bool seedGiven = false;
@@ -56,6 +74,8 @@ private:
     void apply(const Command &command);
     void applySave(const Command &command);
     void applyModel(const Command &command);
+    void applySimulate(const Command &command);
+    void checkSimulation() const;
     long integerValue(const Command &command, long lowest, long highest) const;
     std::string singleValue(const Command &command) const;
     [[noreturn]] void fail(int line, const std::string &problem) const;

@@ -22,6 +22,22 @@ std::string unquoted(const std::string &field)
     return field.size() >= 2 && field.front() == '"' ? field.substr(1, field.size() - 2) : field;
 }
 
+// Comma-separated fields; a comma inside double quotes (as in "L2 (i), x1") stays in its field.
+std::vector<std::string> csvFields(const std::string &row)
+{
+    std::vector<std::string> fields(1);
+    bool quoted = false;
+    for (char c : row) {
+        if (c == '"')
+            quoted = !quoted;
+        if (c == ',' && !quoted)
+            fields.emplace_back();
+        else
+            fields.back() += c;
+    }
+    return fields;
+}
+
 } // namespace
 
 EngineRun::Result EngineRun::run(const std::vector<std::string> &arguments)
@@ -42,7 +58,7 @@ std::vector<EngineRun::Estimate> EngineRun::estimates(const std::filesystem::pat
     std::vector<Estimate> result;
     const auto rows = harness::lines(harness::readFile(csv));
     for (std::size_t i = 1; i < rows.size(); ++i) {
-        const std::vector<std::string> fields = Text::tokens(rows[i], ",");
+        const std::vector<std::string> fields = csvFields(rows[i]);
         if (fields.size() != 10)
             continue;
         Estimate e;
