@@ -34,6 +34,12 @@ void WGraphPanel::plotsArrived(int vReady, int vTotal)
     m_pager->arrive(vReady, vTotal);
 }
 
+void WGraphPanel::stopArriving()
+{
+    if (isDrawing())
+        m_pager->arrive(m_pager->count(), m_pager->count());
+}
+
 bool WGraphPanel::isDrawing() const
 {
     return m_pager->isDrawing();

@@ -29,6 +29,8 @@ public:
     // adds the ones that follow, the page shown stays.
     void showArrivingPlots(const QString &vPlotDir, int vReady, int vTotal);
     void plotsArrived(int vReady, int vTotal);
+    // The drawing was stopped: the plots that arrived are all there will be.
+    void stopArriving();
     bool isDrawing() const;
     // Shows the plot at vIndex (from 0) among those ready, as paging there would.
     void showPage(int vIndex);

@@ -862,6 +862,7 @@ void Workspace::endPlotting()
         m_plotSpinner->stop();
     delete m_plotSpinner;
     m_graphPanel->setBusy(false);
+    m_graphPanel->stopArriving();
 }
 
 void Workspace::plotsArrived(int vReady, int vTotal)

@@ -7,6 +7,7 @@
 #include "mainwindowfixture.h"
 #include "modalanswerer.h"
 #include "plots/waitingspinnerwidget.h"
+#include "plots/svgrender.h"
 #include "plots/wgraphpanel.h"
 #include "tablecell.h"
 #include "testfiles.h"
@@ -304,6 +305,31 @@ private Q_SLOTS:
         QVERIFY(plotted.wait(kWaitMs));
         QCOMPARE(document->graphPanel()->pageText(), "Plot : 1 of 1");
         QVERIFY(document->findChild<QDockWidget *>("dockGraph")->isVisible());
+    }
+
+    // Plots are paged as they arrive; a new run in the middle of the drawing stops it, removes
+    // its files, and only the new run's plots end in graphs_done.
+    void newRunWhilePlotsArrive()
+    {
+        auto document = standInDocument(
+            "T=$(tail -n 1 \"$TESTENGINE_RECORD\"); { echo '\"V\" \"P\" \"A\"'; "
+            "for k in $(seq 80); do echo '\"y\" \"Beta\" \"x\"'; done; } > \"$T/labels.dat\"; "
+            "for c in 1 2; do seq 3000 | awk -v c=$c '{ printf \"%d\", $1; "
+            "for (k = 1; k <= 80; k++) printf \",%g\", sin($1 * k + c); print \"\" }' "
+            "> \"$T/burn$c.csv\"; done");
+        QSignalSpy plotted(document.get(), &Workspace::graphs_done);
+        QVERIFY(runToEnd(document.get()));
+        WGraphPanel *panel = document->graphPanel();
+        QTRY_VERIFY_WITH_TIMEOUT(panel->pageCount() > 1, kWaitMs);
+        QVERIFY(panel->isDrawing() && panel->pageText().endsWith("(80 being drawn)"));
+        QTest::mouseClick(panel->findChild<QToolButton *>("tb_right"), Qt::LeftButton);
+        QVERIFY(panel->pageText().startsWith("Plot : 2 of "));
+        const QString folder = panel->render()->folder();
+        QVERIFY(runToEnd(document.get()));
+        QVERIFY(!QFileInfo::exists(folder));
+        QVERIFY(plotted.wait(kWaitMs));
+        QCOMPARE(plotted.size(), 1);
+        QCOMPARE(panel->pageText(), "Plot : 1 of 80");
     }
 
     void stopShowsNoCrashBoxButALaterCrashDoes()
