@@ -108,5 +108,5 @@ QString PlotScript::plotCommand(const QString &vEvery, const QString &vDataFile)
             + QStringLiteral("using 1:2 with lines lw 2 lt -1");
     return QStringLiteral("plot for [i=1:") + QString::number(m_chains) + QStringLiteral("] ")
         + quoted(vDataFile) + u' ' + range
-        + QStringLiteral("using 1:(column(i+1)) with lines lw 1 lt i title 'Chain '.i");
+        + QStringLiteral("using 1:i+1 with lines lw 1 lt i title 'Chain '.i");
 }

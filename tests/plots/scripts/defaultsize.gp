@@ -16,5 +16,5 @@ set linetype 6 lc rgb '#56B4E9'
 set linetype 7 lc rgb '#000000'
 set linetype 8 lc rgb '#F0E442'
 set xrange[1:]; set xtics add
-plot for [i=1:3] "{data}" using 1:(column(i+1)) with lines lw 1 lt i title 'Chain '.i
+plot for [i=1:3] "{data}" using 1:i+1 with lines lw 1 lt i title 'Chain '.i
 set output

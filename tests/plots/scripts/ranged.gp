@@ -17,5 +17,5 @@ set linetype 7 lc rgb '#000000'
 set linetype 8 lc rgb '#F0E442'
 set object 1 rect from graph 0, graph 0 to first 300, graph 1 behind fillcolor rgb '#e4e4e4' fillstyle solid noborder
 set label 1 'burn-in' at graph 0, graph 1 offset 0.5,-0.8 font ',8' textcolor rgb '#707070'
-plot for [i=1:2] "{data}" every ::99 using 1:(column(i+1)) with lines lw 1 lt i title 'Chain '.i
+plot for [i=1:2] "{data}" every ::99 using 1:i+1 with lines lw 1 lt i title 'Chain '.i
 set output
