@@ -67,9 +67,14 @@ void PlotPager::arrive(int vReady, int vTotal)
         return;
     m_render->setReady(vReady);
     m_total = qMax(vTotal, m_render->count());
-    if (!m_render->scene() && m_render->count() > 0)
+    // Only the first arrival changes the picture; redrawing the shown plot for every other one
+    // would cost a full repaint of thousands of points each time.
+    if (!m_render->scene() && m_render->count() > 0) {
         m_render->show(0);
-    showScene();
+        showScene();
+    } else {
+        Q_EMIT did_page();
+    }
     if (!isDrawing() && !m_pendingSaveAll.isEmpty()) {
         const QString file = m_pendingSaveAll;
         cancelPendingSave();
