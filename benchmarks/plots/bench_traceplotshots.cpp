@@ -3,9 +3,9 @@
 // plots arrive (the dock paging the first ones, the rest being drawn), and one finished plot
 // with its shaded burn-in and chain legend. Built with the benchmarks, never run by the tests.
 //
-//   xvfb-run -a -s "-screen 0 1280x800x24" build/benchmarks/bench_traceplotshots docs
+//   xvfb-run -a -s "-screen 0 1280x800x24" build/benchmarks/bench_traceplotshots docs/user-guide
 //
-// writes docs/plots-arriving.png and docs/plot-burn-in.png.
+// writes plots-arriving.png and plot-burn-in.png there (the user guide's are in docs/user-guide).
 
 #include "screenshots.h"
 #include "testmain.h"
