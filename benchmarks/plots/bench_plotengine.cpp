@@ -222,9 +222,9 @@ int runStudio(const QDir &vTraces, const QDir &vWork)
     QTest::qWait(300);
     if (firstMs < 0)
         firstMs = allMs;
-    std::printf("RESULT studio %.1f %.1f %lld %.1f %.0f\n", firstMs, allMs,
+    std::printf("RESULT studio %.1f %.1f %lld %.1f %.0f %.1f\n", firstMs, allMs,
                 static_cast<long long>(memoryKiB("VmHWM:") - before), stallMs,
-                cpuMs() - cpuAtExit);
+                cpuMs() - cpuAtExit, TimingApplication::s_slowestMs);
     std::printf("PAGE %s | longest event in CPU time %.1f ms (%s)\n",
                 qPrintable(workspace.graphPanel()->pageText()), TimingApplication::s_slowestMs,
                 qPrintable(TimingApplication::s_slowest));
@@ -264,7 +264,7 @@ double median(std::vector<double> v)
 
 struct Results
 {
-    std::vector<double> first, all, memoryMiB, stall, cpu;
+    std::vector<double> first, all, memoryMiB, stall, cpu, event;
 };
 
 // Runs one measurement in a child process and reads its RESULT line.
@@ -284,6 +284,7 @@ bool measure(const QString &vSelf, const QStringList &vArguments, Results &vInto
         vInto.memoryMiB.push_back(f[4].toDouble() / 1024);
         vInto.stall.push_back(f[5].toDouble());
         vInto.cpu.push_back(f[6].toDouble());
+        vInto.event.push_back(f.value(7).toDouble());
         return true;
     }
     return false;
@@ -314,7 +315,7 @@ int main(int argc, char *argv[])
     const int rounds = option("--rounds", "3").toInt();
     const int oldUpTo = option("--old-up-to", "100").toInt();
     std::printf("| parameters | chain files | studio: first plot | studio: all plots | studio CPU "
-                "| peak memory (x chain files) | longest stall | old loop: first = all | old loop "
+                "| peak memory (x chain files) | longest stall (longest event, own CPU) | old loop: first = all | old loop "
                 "CPU | speed-up (all) |\n|---|---|---|---|---|---|---|---|---|---|\n");
     for (const QString &size : option("--sizes", "20,100,300,1000").split(',')) {
         const int parameters = size.toInt();
@@ -330,11 +331,11 @@ int main(int argc, char *argv[])
                         old);
         }
         const double oldMs = median(old.all);
-        std::printf("| %d | %.0f MiB | %.0f ms | %.0f ms | %.0f ms | %.0f MiB (%.1fx) | %.0f ms | %s "
+        std::printf("| %d | %.0f MiB | %.0f ms | %.0f ms | %.0f ms | %.0f MiB (%.1fx) | %.0f ms (%.0f ms) | %s "
                     "| %s | %s |\n",
                     parameters, mib, median(studio.first), median(studio.all), median(studio.cpu),
                     median(studio.memoryMiB), median(studio.memoryMiB) / mib,
-                    median(studio.stall),
+                    median(studio.stall), median(studio.event),
                     oldMs < 0 ? "not run" : qPrintable(QStringLiteral("%1 ms").arg(oldMs, 0, 'f', 0)),
                     oldMs < 0 ? "-" : qPrintable(QStringLiteral("%1 ms").arg(median(old.cpu), 0, 'f', 0)),
                     oldMs < 0 ? "-"

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <limits>
 
+using Field = std::pair<const char *, std::size_t>;
+
 namespace {
 
 constexpr quint32 kNoField = std::numeric_limits<quint32>::max();
@@ -76,8 +78,34 @@ struct ChainSplitter::Chain
         return true;
     }
 
+    // From vAt on, the next data line's first field and field vColumn; vAt moves past it. Both
+    // empty at the end.
+    std::pair<Field, Field> nextLine(qint64 &vAt, int vColumn) const
+    {
+        while (vAt < size) {
+            const char *begin = data + vAt;
+            const char *newline
+                = static_cast<const char *>(std::memchr(begin, '\n', std::size_t(size - vAt)));
+            const char *end = newline ? newline : data + size;
+            vAt = (newline ? newline + 1 : end) - data;
+            const char *first = begin;
+            while (first < end && isBlank(*first))
+                ++first;
+            if (first == end)
+                continue;
+            const char *at = begin;
+            for (int k = 0; k < vColumn && at; ++k) {
+                at = static_cast<const char *>(std::memchr(at, ',', std::size_t(end - at)));
+                at = at ? at + 1 : nullptr;
+            }
+            return {field(quint32(begin - data)),
+                    at ? field(quint32(at - data)) : Field()};
+        }
+        return {};
+    }
+
     // The field at vOffset with surrounding blanks trimmed; empty when there is none.
-    std::pair<const char *, std::size_t> field(quint32 vOffset) const
+    Field field(quint32 vOffset) const
     {
         if (vOffset == kNoField)
             return {nullptr, 0};
@@ -146,33 +174,72 @@ bool ChainSplitter::write(int vParameter, const QString &vPath)
 {
     if (vParameter < 0 || vParameter >= m_parameters)
         return false;
+    if (!indexed())
+        return writeScanning(vParameter, vPath);
     const std::size_t stride = std::size_t(m_parameters) + 1;
     const std::size_t column = std::size_t(vParameter) + 1;
     m_buffer.clear();
     for (int r = 0; r < m_rows; ++r) {
         const std::size_t row = std::size_t(r) * stride;
         // The iteration from the first chain that has this row.
-        std::pair<const char *, std::size_t> iteration {nullptr, 0};
+        Field iteration;
         for (const auto &chain : m_chains) {
             if (r < chain->rows && (iteration = chain->field(chain->offsets[row])).second > 0)
                 break;
         }
-        if (iteration.second > 0)
-            m_buffer.append(iteration.first, iteration.second);
-        else
-            m_buffer += std::to_string(r + 1);
-        for (const auto &chain : m_chains) {
-            const auto value
-                = r < chain->rows ? chain->field(chain->offsets[row + column])
-                                  : std::pair<const char *, std::size_t> {nullptr, 0};
-            m_buffer += ' ';
-            if (value.second > 0)
-                m_buffer.append(value.first, value.second);
-            else
-                m_buffer += "NaN";
-        }
+        appendRow(r, iteration);
+        for (const auto &chain : m_chains)
+            appendValue(r < chain->rows ? chain->field(chain->offsets[row + column]) : Field());
         m_buffer += '\n';
     }
+    return save(vPath);
+}
+
+bool ChainSplitter::writeScanning(int vParameter, const QString &vPath)
+{
+    // Before the index exists (the first plot, which should not wait for it) each chain is read
+    // line by line, skipping to the one field wanted.
+    std::vector<qint64> at(m_chains.size(), 0);
+    std::vector<std::pair<Field, Field>> line(m_chains.size());
+    m_buffer.clear();
+    for (int r = 0;; ++r) {
+        bool any = false;
+        Field iteration;
+        for (std::size_t c = 0; c < m_chains.size(); ++c) {
+            line[c] = m_chains[c]->nextLine(at[c], vParameter + 1);
+            any = any || line[c].first.first;
+            if (iteration.second == 0)
+                iteration = line[c].first;
+        }
+        if (!any)
+            break;
+        appendRow(r, iteration);
+        for (const auto &chainLine : line)
+            appendValue(chainLine.second);
+        m_buffer += '\n';
+    }
+    return save(vPath);
+}
+
+void ChainSplitter::appendRow(int vRow, const Field &vIteration)
+{
+    if (vIteration.second > 0)
+        m_buffer.append(vIteration.first, vIteration.second);
+    else
+        m_buffer += std::to_string(vRow + 1);
+}
+
+void ChainSplitter::appendValue(const Field &vValue)
+{
+    m_buffer += ' ';
+    if (vValue.second > 0)
+        m_buffer.append(vValue.first, vValue.second);
+    else
+        m_buffer += "NaN";
+}
+
+bool ChainSplitter::save(const QString &vPath) const
+{
     QFile file(vPath);
     return file.open(QIODevice::WriteOnly | QIODevice::Truncate)
         && file.write(m_buffer.data(), qint64(m_buffer.size())) == qint64(m_buffer.size());

@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <memory>
+#include <utility>
 #include <string>
 #include <vector>
 
@@ -39,11 +40,18 @@ public:
     bool indexed() const;
 
     // Writes parameter vParameter (0-based) to vPath: one line per row, the iteration then the
-    // parameter's value in each chain, blank-separated, "NaN" where a chain has no value.
+    // parameter's value in each chain, blank-separated, "NaN" where a chain has no value. Works
+    // before the files are indexed too, reading them through once for this one parameter.
     bool write(int vParameter, const QString &vPath);
 
 private:
     struct Chain;
+    using Field = std::pair<const char *, std::size_t>;
+    bool writeScanning(int vParameter, const QString &vPath);
+    void appendRow(int vRow, const Field &vIteration);
+    void appendValue(const Field &vValue);
+    bool save(const QString &vPath) const;
+
     std::vector<std::unique_ptr<Chain>> m_chains;
     int m_parameters = 0;
     int m_lines = 0;

@@ -210,6 +210,13 @@ void GraphingEngine::step()
         return;
     QElapsedTimer slice;
     slice.start();
+    // The first plot is written straight from the chain files, so it need not wait for the
+    // index that serves the others.
+    if (m_written == 0 && !m_splitter->indexed()) {
+        m_splitter->write(0, dataFile(0));
+        m_queue.push_back(m_written++);
+        dispatch();
+    }
     if (!m_splitter->indexed()) {
         while (!m_splitter->index(kIndexRows) && slice.elapsed() < kSliceMs) { }
         if (!m_splitter->indexed()) {

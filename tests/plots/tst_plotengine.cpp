@@ -161,9 +161,12 @@ private Q_SLOTS:
         ChainSplitter splitter;
         QVERIFY(splitter.open(dir.filePath("burn"), 2, 3));
         QCOMPARE(splitter.lines(), cell("lines").toInt());
+        // Before the index (as for the first plot) and after it, the same data.
+        QVERIFY(splitter.write(cell("parameter").toInt(), dir.filePath("before.dat")));
         while (!splitter.index(1)) { } // a line at a time
-        QVERIFY(splitter.write(cell("parameter").toInt(), dir.filePath("p.dat")));
-        QCOMPARE(QString(readFile(dir.filePath("p.dat"))), cell("expected"));
+        QVERIFY(splitter.write(cell("parameter").toInt(), dir.filePath("after.dat")));
+        QCOMPARE(QString(readFile(dir.filePath("before.dat"))), cell("expected"));
+        QCOMPARE(QString(readFile(dir.filePath("after.dat"))), cell("expected"));
     }
 
     // Plots arrive in parameter order, each complete when announced, though two gnuplots draw
