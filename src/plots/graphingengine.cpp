@@ -18,7 +18,7 @@ namespace {
 
 // Work done between two visits of the event loop, so the window keeps answering.
 constexpr int kSliceMs = 8;
-constexpr int kIndexRows = 200;
+constexpr int kIndexRows = 32; // a few megabytes at most, with a thousand parameters
 // Plots handed to one long-lived gnuplot ahead of the one it draws, so it never waits for us.
 constexpr int kAheadPerWorker = 2;
 const QByteArray kMarker = QByteArrayLiteral("tovrel-plot-done ");
@@ -216,6 +216,9 @@ void GraphingEngine::step()
         m_splitter->write(0, dataFile(0));
         m_queue.push_back(m_written++);
         dispatch();
+        m_stepQueued = true;
+        QTimer::singleShot(0, this, &GraphingEngine::step);
+        return;
     }
     if (!m_splitter->indexed()) {
         while (!m_splitter->index(kIndexRows) && slice.elapsed() < kSliceMs) { }
