@@ -1,122 +1,293 @@
-// How long the studio makes a user wait for trace plots, against gnuplot's own time.
+// How long a user waits for trace plots after the engine ends, through the document's own plot
+// path, against the one-gnuplot-per-parameter loop the studio used before (kept only here, to
+// compare with): 4 chains x 5,000 iterations and 20, 100, 300 and 1,000 parameters.
 //
-// A model with 100 parameters, 4 chains and 5,000 iterations: the time from the plot request
-// to did_finish is compared with a shell loop that runs the same 100 gnuplot scripts one after
-// another. Rounds alternate between the two so that load from other processes hits both.
+// For the studio: engine exit (process_finished) to the first plot in the dock, to all plots
+// ready (graphs_done), the process's peak memory over its size before the run, and the longest
+// event-loop stall while the plots arrive. For the old loop: its total, which was also its first
+// plot (nothing showed before the last run ended). Each measurement runs in a process of its own
+// so peak memory is its own; rounds alternate between the two; medians are printed.
 //
-// Usage: bench_plotengine [rounds]   (default 3)
+// Usage: bench_plotengine [--rounds R] [--sizes 20,100,300,1000] [--old-up-to 100]
+// The old loop takes minutes beyond 100 parameters (its cost grows with their square), so by
+// default it runs only up to 100.
 
 #include "testmain.h"
 
+#include "config/csettings.h"
+#include "config/executablepath.h"
 #include "config/msettings.h"
 #include "plots/graphingengine.h"
 #include "plots/plotsettings.h"
+#include "plots/wgraphpanel.h"
+#include "workspace/workspace.h"
 
 #include <QElapsedTimer>
-#include <QEventLoop>
-#include <QFile>
 #include <QProcess>
-#include <QStandardPaths>
-#include <QTemporaryDir>
+#include <QSignalSpy>
+#include <QTimer>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <map>
+#include <random>
 #include <vector>
+
+#include <sys/resource.h>
+#include <time.h>
 
 namespace {
 
-const int kParameters = 100;
-const int kChains = 4;
-const int kIterations = 5000;
+constexpr int kChains = 4;
 
-bool writeFile(const QString &vPath, const QByteArray &vContents)
+double threadCpuMs()
 {
-    QFile file(vPath);
-    return file.open(QIODevice::WriteOnly | QIODevice::Truncate)
-        && file.write(vContents) == vContents.size();
+    timespec now {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return now.tv_sec * 1e3 + now.tv_nsec / 1e6;
 }
 
-bool writeTraceFiles(const QString &vDir)
+// Names the event that took the GUI thread longest, in its own CPU time: on a loaded machine a
+// gap between two timer ticks may be time the process was not scheduled at all.
+class TimingApplication : public QApplication
 {
-    QByteArray labels = "\"Variable\" \"Type\" \"Argument\"\n";
-    for (int k = 1; k <= kParameters; ++k)
-        labels += "\"y" + QByteArray::number(k) + "\" \"Beta\" \"x\"\n";
-    if (!writeFile(vDir + "/labels.dat", labels))
-        return false;
-
-    for (int chain = 1; chain <= kChains; ++chain) {
-        QByteArray text;
-        text.reserve(kIterations * kParameters * 8);
-        unsigned state = 12345u * chain;
-        for (int i = 1; i <= kIterations; ++i) {
-            text += QByteArray::number(i);
-            for (int k = 1; k <= kParameters; ++k) {
-                state = state * 1103515245u + 12345u;
-                text += ',' + QByteArray::number(k + (state >> 16) % 1000 / 1000.0, 'f', 4);
-            }
-            text += '\n';
+public:
+    using QApplication::QApplication;
+    bool notify(QObject *vReceiver, QEvent *vEvent) override
+    {
+        const char *receiver = vReceiver->metaObject()->className();
+        const int type = int(vEvent->type());
+        const double start = threadCpuMs();
+        ++s_depth;
+        const bool handled = QApplication::notify(vReceiver, vEvent);
+        const double ms = threadCpuMs() - start;
+        if (--s_depth == 0 && s_measuring && ms > s_slowestMs) {
+            s_slowestMs = ms;
+            s_slowest = QStringLiteral("event %1 to %2").arg(type).arg(QLatin1String(receiver));
         }
-        if (!writeFile(vDir + "/burn" + QByteArray::number(chain) + ".csv", text))
-            return false;
+        return handled;
     }
-    return true;
+    static inline bool s_measuring = false;
+    static inline int s_depth = 0;
+    static inline double s_slowestMs = 0;
+    static inline QString s_slowest;
+};
+constexpr int kIterations = 5000;
+
+qint64 memoryKiB(const char *vField)
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly | QIODevice::Text))
+        return -1;
+    for (QByteArray line = status.readLine(); !line.isEmpty(); line = status.readLine())
+        if (line.startsWith(vField))
+            return line.mid(int(qstrlen(vField))).trimmed().split(' ').value(0).toLongLong();
+    return -1;
+}
+
+// CPU time of this process and of the children it has waited for (the gnuplots), in ms: on a
+// machine others load, the work done says more than the wall time.
+double cpuMs()
+{
+    double ms = 0;
+    for (int who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
+        rusage usage {};
+        getrusage(who, &usage);
+        ms += (usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1e3
+            + (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e3;
+    }
+    return ms;
+}
+
+// Chain files as the engine writes them: the iteration, then each parameter to 5 decimals.
+qint64 writeTraces(const QDir &vDir, int vParameters)
+{
+    qint64 bytes = 0;
+    for (int chain = 1; chain <= kChains; ++chain) {
+        QFile file(vDir.filePath(QStringLiteral("burn%1.csv").arg(chain)));
+        file.open(QIODevice::WriteOnly);
+        std::mt19937 random(7919u * unsigned(chain));
+        std::normal_distribution<double> shock(0.0, 0.25);
+        std::vector<double> value(std::size_t(vParameters), chain * 0.4);
+        std::string line;
+        char number[32];
+        for (int i = 1; i <= kIterations; ++i) {
+            line = std::to_string(i);
+            for (double &x : value) {
+                x = 0.8 * x + shock(random);
+                std::snprintf(number, sizeof number, ",%.5f", x);
+                line += number;
+            }
+            line += '\n';
+            file.write(line.data(), qint64(line.size()));
+        }
+        bytes += file.size();
+    }
+    QFile labels(vDir.filePath(QStringLiteral("labels.dat")));
+    labels.open(QIODevice::WriteOnly);
+    labels.write("\"Variable\" \"Parameter\" \"Argument\"\n");
+    for (int p = 1; p <= vParameters; ++p)
+        labels.write("\"y\" \"Beta\" \"x" + QByteArray::number(p) + "\"\n");
+    return bytes;
+}
+
+// The script each parameter got before: gnuplot reads every chain file whole for one column.
+QString oldScript(const QString &vBase, int vParameter)
+{
+    return QStringLiteral("set datafile separator ','; set encoding utf8;set terminal svg size "
+                          "900,400 dynamic background rgb 'white'; set title 'Y regressed on "
+                          "X%1\nParameter %1' noenhanced;set ylabel 'Estimate'; set xlabel "
+                          "'Iterations'; set key off; set grid; set xrange[1:]; set xtics add; "
+                          "plot for [i=1:%2] '%3'.i.'.csv' using 1:%4 with lines lw 1 lt i title "
+                          "'Chain '.i;")
+        .arg(vParameter)
+        .arg(kChains)
+        .arg(vBase)
+        .arg(vParameter + 1);
+}
+
+int runOld(const QDir &vTraces, int vParameters)
+{
+    const QString gnuplot = ExecutablePath::find(QStringLiteral("gnuplot"));
+    const double cpuBefore = cpuMs();
+    QElapsedTimer clock;
+    clock.start();
+    for (int p = 1; p <= vParameters; ++p) {
+        QProcess process;
+        process.setStandardOutputFile(vTraces.filePath(QStringLiteral("old%1.svg").arg(p)));
+        process.start(gnuplot, {QStringLiteral("-e"), oldScript(vTraces.filePath("burn"), p)});
+        process.waitForFinished(-1);
+    }
+    const double allMs = clock.nsecsElapsed() / 1e6;
+    for (int p = 1; p <= vParameters; ++p)
+        QFile::remove(vTraces.filePath(QStringLiteral("old%1.svg").arg(p)));
+    std::printf("RESULT old %.1f %.1f %lld 0 %.0f\n", allMs, allMs,
+                static_cast<long long>(memoryKiB("VmHWM:")), cpuMs() - cpuBefore);
+    return 0;
+}
+
+int runStudio(const QDir &vTraces, const QDir &vWork)
+{
+    // A stand-in engine that leaves the prepared chain files in the folder it is given.
+    const QString engine = vWork.filePath(QStringLiteral("engine.sh"));
+    {
+        QFile file(engine);
+        file.open(QIODevice::WriteOnly);
+        file.write("#!/bin/sh\nwhile [ $# -gt 1 ]; do [ \"$1\" = --traceplot ] && T=$2; shift; "
+                   "done\ncp '"
+                   + vTraces.path().toUtf8() + "'/burn*.csv '" + vTraces.path().toUtf8()
+                   + "'/labels.dat \"$T\"\n");
+        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+    const QString script = vWork.filePath(QStringLiteral("traces.imp"));
+    {
+        QFile file(script);
+        file.open(QIODevice::WriteOnly);
+        file.write("BURN: 1000;\nCHAINS: 4;\nPLOTS: traceplot;\n");
+    }
+    CSettings::instance().setCommandLineToolName(engine);
+    Workspace workspace;
+    workspace.resize(1200, 800);
+    workspace.on_open(script);
+    workspace.show();
+    QSignalSpy plotted(&workspace, &Workspace::graphs_done);
+    QElapsedTimer clock, tick;
+    double firstMs = -1, stallMs = 0;
+    // Every millisecond: is the first plot on screen yet, and how long since the last look.
+    QTimer meter;
+    meter.setInterval(1);
+    QObject::connect(&meter, &QTimer::timeout, [&] {
+        if (clock.isValid()) {
+            stallMs = qMax(stallMs, tick.nsecsElapsed() / 1e6);
+            if (firstMs < 0 && workspace.graphPanel()->pageCount() > 0)
+                firstMs = clock.nsecsElapsed() / 1e6;
+        }
+        tick.restart();
+    });
+    QObject::connect(&workspace, &Workspace::process_finished, [&] {
+        clock.start();
+        tick.restart();
+        TimingApplication::s_measuring = true;
+    });
+    tick.start();
+    meter.start();
+    const qint64 before = memoryKiB("VmRSS:");
+    double cpuAtExit = 0;
+    QObject::connect(&workspace, &Workspace::process_finished, [&] { cpuAtExit = cpuMs(); });
+    workspace.on_run();
+    plotted.wait(1200000);
+    const double allMs = clock.nsecsElapsed() / 1e6;
+    // The gnuplots end once their input closes, after the last plot: wait for them to be counted.
+    QTest::qWait(300);
+    if (firstMs < 0)
+        firstMs = allMs;
+    std::printf("RESULT studio %.1f %.1f %lld %.1f %.0f %.1f\n", firstMs, allMs,
+                static_cast<long long>(memoryKiB("VmHWM:") - before), stallMs,
+                cpuMs() - cpuAtExit, TimingApplication::s_slowestMs);
+    std::printf("PAGE %s | longest event in CPU time %.1f ms (%s)\n",
+                qPrintable(workspace.graphPanel()->pageText()), TimingApplication::s_slowestMs,
+                qPrintable(TimingApplication::s_slowest));
+    return 0;
+}
+
+// The plot engine alone, without the document and its dock.
+int runEngine(const QDir &vTraces)
+{
+    QTemporaryDir copy;
+    for (const QString &name : QDir(vTraces).entryList({"burn*.csv", "labels.dat"}))
+        QFile::copy(vTraces.filePath(name), QDir(copy.path()).filePath(name));
+    GraphingEngine engine(nullptr, copy.path());
+    const PlotSettings settings(nullptr, MSettings::plotDefaults());
+    QSignalSpy finished(&engine, &GraphingEngine::did_finish);
+    double firstMs = -1;
+    QElapsedTimer clock;
+    QObject::connect(&engine, &GraphingEngine::did_ready, [&] {
+        if (firstMs < 0)
+            firstMs = clock.nsecsElapsed() / 1e6;
+    });
+    clock.start();
+    engine.plot(QStringLiteral("burn"), kChains, &settings);
+    finished.wait(1200000);
+    std::printf("RESULT engine %.1f %.1f %lld 0 0\n", firstMs, clock.nsecsElapsed() / 1e6,
+                static_cast<long long>(memoryKiB("VmHWM:")));
+    return 0;
 }
 
 double median(std::vector<double> v)
 {
+    if (v.empty())
+        return -1;
     std::sort(v.begin(), v.end());
-    return v[v.size() / 2];
+    return v.size() % 2 ? v[v.size() / 2] : (v[v.size() / 2 - 1] + v[v.size() / 2]) / 2;
 }
 
-struct StudioRun
+struct Results
 {
-    double requestMs = 0; // plot() itself: counting iterations and writing the scripts
-    double totalMs = 0; // plot() to did_finish
-    double gapsMs = 0; // between one gnuplot's end and the next one's start
-    QStringList scripts;
+    std::vector<double> first, all, memoryMiB, stall, cpu, event;
 };
 
-StudioRun runStudio(const QString &vDir, const PlotSettings &vSettings)
+// Runs one measurement in a child process and reads its RESULT line.
+bool measure(const QString &vSelf, const QStringList &vArguments, Results &vInto)
 {
-    StudioRun run;
-    GraphingEngine engine(nullptr, vDir);
-    QEventLoop loop;
-    QObject::connect(&engine, &GraphingEngine::did_finish, &loop, &QEventLoop::quit);
-    QElapsedTimer timer;
-    // The engine's own process shows when each gnuplot run starts and ends; what lies between
-    // an end and the next start is the studio's share.
-    qint64 lastEnd = -1;
-    QObject::connect(engine.findChild<QProcess *>(), &QProcess::stateChanged,
-                     [&](QProcess::ProcessState vState) {
-                         if (vState == QProcess::NotRunning) {
-                             lastEnd = timer.nsecsElapsed();
-                         } else if (vState == QProcess::Starting && lastEnd >= 0) {
-                             run.gapsMs += (timer.nsecsElapsed() - lastEnd) / 1e6;
-                             lastEnd = -1;
-                         }
-                     });
-    timer.start();
-    if (engine.plot("burn", kChains, &vSettings) != 1)
-        return run;
-    run.requestMs = timer.nsecsElapsed() / 1e6;
-    loop.exec();
-    run.totalMs = timer.nsecsElapsed() / 1e6;
-    run.scripts = engine.scripts();
-    return run;
-}
-
-double runShellLoop(const QString &vScriptDir, const QString &vGnuplot)
-{
-    // The same "-e" invocation the studio makes, each run writing its SVG to standard output.
-    const QString loop = QStringLiteral("cd '%1' && for f in s*.gp; do '%2' -e \"$(<\"$f\")\" "
-                                        "> \"${f%.gp}.svg\"; done")
-                             .arg(vScriptDir, vGnuplot);
-    QElapsedTimer timer;
-    timer.start();
-    QProcess shell;
-    shell.start(QStringLiteral("bash"), {QStringLiteral("-c"), loop});
-    shell.waitForFinished(-1);
-    return timer.nsecsElapsed() / 1e6;
+    QProcess child;
+    child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    child.start(vSelf, vArguments);
+    child.waitForFinished(-1);
+    const QList<QByteArray> lines = child.readAllStandardOutput().split('\n');
+    for (const QByteArray &line : lines) {
+        const QList<QByteArray> f = line.split(' ');
+        if (f.value(0) != "RESULT" || f.size() < 7)
+            continue;
+        vInto.first.push_back(f[2].toDouble());
+        vInto.all.push_back(f[3].toDouble());
+        vInto.memoryMiB.push_back(f[4].toDouble() / 1024);
+        vInto.stall.push_back(f[5].toDouble());
+        vInto.cpu.push_back(f[6].toDouble());
+        vInto.event.push_back(f.value(7).toDouble());
+        return true;
+    }
+    return false;
 }
 
 } // namespace
@@ -124,51 +295,53 @@ double runShellLoop(const QString &vScriptDir, const QString &vGnuplot)
 int main(int argc, char *argv[])
 {
     TestEnvironment environment;
-    QApplication app(argc, argv);
-    const int rounds = argc > 1 ? std::max(1, atoi(argv[1])) : 3;
-
-    const QString gnuplot = QStandardPaths::findExecutable(QStringLiteral("gnuplot"));
-    QTemporaryDir dir;
-    QTemporaryDir scriptDir;
-    if (gnuplot.isEmpty() || !dir.isValid() || !scriptDir.isValid()
-        || !writeTraceFiles(dir.path())) {
-        std::fprintf(stderr, "cannot set up: gnuplot or temporary folders missing\n");
-        return 1;
+    TimingApplication app(argc, argv);
+    const QStringList arguments = app.arguments();
+    const auto option = [&](const char *vName, const QString &vDefault) {
+        const int at = arguments.indexOf(QLatin1String(vName));
+        return at > 0 ? arguments.value(at + 1) : vDefault;
+    };
+    const QString child = option("--child", QString());
+    if (!child.isEmpty()) {
+        const QDir traces(option("--traces", QString()));
+        QTemporaryDir work;
+        if (child == QLatin1String("engine"))
+            return runEngine(traces);
+        return child == QLatin1String("old")
+            ? runOld(traces, option("--parameters", "0").toInt())
+            : runStudio(traces, QDir(work.path()));
     }
-    std::printf("trace plots: %d parameters, %d chains, %d iterations (%.1f MB per chain)\n",
-                kParameters, kChains, kIterations, QFile(dir.filePath("burn1.csv")).size() / 1e6);
 
-    const PlotSettings settings(nullptr, MSettings::plotDefaults());
-    std::vector<double> studio, request, gaps, shell;
-    for (int round = 0; round < rounds; ++round) {
-        const StudioRun run = runStudio(dir.path(), settings);
-        if (run.scripts.size() != kParameters) {
-            std::fprintf(stderr, "the studio made %lld scripts\n",
-                         static_cast<long long>(run.scripts.size()));
-            return 1;
+    const int rounds = option("--rounds", "3").toInt();
+    const int oldUpTo = option("--old-up-to", "100").toInt();
+    std::printf("| parameters | chain files | studio: first plot | studio: all plots | studio CPU "
+                "| peak memory (x chain files) | longest stall (longest event, own CPU) | old loop: first = all | old loop "
+                "CPU | speed-up (all) |\n|---|---|---|---|---|---|---|---|---|---|\n");
+    for (const QString &size : option("--sizes", "20,100,300,1000").split(',')) {
+        const int parameters = size.toInt();
+        QTemporaryDir traces;
+        const double mib = writeTraces(QDir(traces.path()), parameters) / 1048576.0;
+        Results studio, old;
+        for (int round = 0; round < rounds; ++round) {
+            measure(app.applicationFilePath(),
+                    {"--child", "studio", "--traces", traces.path()}, studio);
+            if (parameters <= oldUpTo && (round == 0 || parameters <= 20))
+                measure(app.applicationFilePath(),
+                        {"--child", "old", "--traces", traces.path(), "--parameters", size},
+                        old);
         }
-        for (int k = 0; k < run.scripts.size(); ++k)
-            writeFile(scriptDir.filePath(QStringLiteral("s%1.gp").arg(k + 1, 3, 10, QChar('0'))),
-                      run.scripts.at(k).toUtf8());
-        studio.push_back(run.totalMs);
-        request.push_back(run.requestMs);
-        gaps.push_back(run.gapsMs);
-        shell.push_back(runShellLoop(scriptDir.path(), gnuplot));
-        std::printf("round %d: studio %.0f ms (request %.1f ms), shell loop %.0f ms\n", round + 1,
-                    run.totalMs, run.requestMs, shell.back());
+        const double oldMs = median(old.all);
+        std::printf("| %d | %.0f MiB | %.0f ms | %.0f ms | %.0f ms | %.0f MiB (%.1fx) | %.0f ms (%.0f ms) | %s "
+                    "| %s | %s |\n",
+                    parameters, mib, median(studio.first), median(studio.all), median(studio.cpu),
+                    median(studio.memoryMiB), median(studio.memoryMiB) / mib,
+                    median(studio.stall), median(studio.event),
+                    oldMs < 0 ? "not run" : qPrintable(QStringLiteral("%1 ms").arg(oldMs, 0, 'f', 0)),
+                    oldMs < 0 ? "-" : qPrintable(QStringLiteral("%1 ms").arg(median(old.cpu), 0, 'f', 0)),
+                    oldMs < 0 ? "-"
+                              : qPrintable(QStringLiteral("%1x").arg(oldMs / median(studio.all),
+                                                                      0, 'f', 1)));
+        std::fflush(stdout);
     }
-
-    const double s = median(studio);
-    const double g = median(shell);
-    std::printf("median of %d rounds:\n", rounds);
-    std::printf("  plot request to did_finish: %.0f ms (%.1f ms per parameter)\n", s,
-                s / kParameters);
-    std::printf("  of which plot() itself:     %.1f ms (counting lines, writing scripts)\n",
-                median(request));
-    std::printf("  studio time between runs:   %.1f ms in all, %.0f us per run\n", median(gaps),
-                median(gaps) * 1000 / (kParameters - 1));
-    std::printf("  shell loop, same scripts:   %.0f ms (%.1f ms per parameter)\n", g,
-                g / kParameters);
-    std::printf("  studio / shell ratio:       %.3f\n", s / g);
     return 0;
 }

@@ -3,9 +3,10 @@
 
 class QProcess;
 
-// The programs the studio starts to compute (the engine, gnuplot) run below the studio's own
-// scheduling priority. They still get every core nobody else wants, but when ten runs share two
-// cores the window keeps answering clicks and repainting instead of waiting its turn.
+// The engine, which computes for minutes, runs below the studio's own scheduling priority. It
+// still gets every core nobody else wants, but when ten runs share two cores the window keeps
+// answering clicks and repainting instead of waiting its turn. gnuplot does not: the plots are
+// what the user is waiting for.
 namespace ChildPriority {
 
 // How many steps below the studio a computing program runs (Unix niceness).

@@ -108,6 +108,7 @@ QVariantMap MSettings::plotDefaults()
         {QStringLiteral("bIter"), 1},     {QStringLiteral("eIter"), -1},
         {QStringLiteral("nchain"), -1},   {QStringLiteral("width"), 900},
         {QStringLiteral("height"), 400},  {QStringLiteral("dType"), 0},
+        {QStringLiteral("shadeBurnIn"), true},
     };
 }
 

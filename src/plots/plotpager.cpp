@@ -37,6 +37,7 @@ PlotPager::PlotPager(WPlotView *vView, QWidget *vOwner)
 
 void PlotPager::load(const QString &vPlotDir, bool vCopy)
 {
+    cancelPendingSave();
     SvgRender *old = m_render;
     // The owner's widget parents the plots, so a pop-out viewer keeps its copy as long as it
     // lives.
@@ -45,12 +46,56 @@ void PlotPager::load(const QString &vPlotDir, bool vCopy)
     showScene();
     if (old)
         old->deleteLater();
+    m_total = m_render->count();
     if (!m_render->isValid())
         warn(tr("Tempoary Directory couldn't be created!"));
 }
 
+void PlotPager::loadArriving(const QString &vPlotDir, int vReady, int vTotal)
+{
+    cancelPendingSave();
+    if (m_render)
+        m_render->deleteLater();
+    m_render = new SvgRender(m_owner, vPlotDir, false);
+    m_total = 0;
+    arrive(vReady, vTotal);
+}
+
+void PlotPager::arrive(int vReady, int vTotal)
+{
+    if (!m_render)
+        return;
+    m_render->setReady(vReady);
+    m_total = qMax(vTotal, m_render->count());
+    // Only the first arrival changes the picture; redrawing the shown plot for every other one
+    // would cost a full repaint of thousands of points each time.
+    if (!m_render->scene() && m_render->count() > 0) {
+        m_render->show(0);
+        showScene();
+    } else {
+        Q_EMIT did_page();
+    }
+    if (!isDrawing() && !m_pendingSaveAll.isEmpty()) {
+        const QString file = m_pendingSaveAll;
+        cancelPendingSave();
+        saveAllTo(file);
+    } else if (m_pendingWait) {
+        m_pendingWait->setText(tr("Waiting: %1 of %2 plots drawn").arg(count()).arg(m_total));
+    }
+}
+
+void PlotPager::cancelPendingSave()
+{
+    m_pendingSaveAll.clear();
+    if (m_pendingWait)
+        m_pendingWait->deleteLater();
+    m_pendingWait = nullptr;
+}
+
 void PlotPager::unload()
 {
+    cancelPendingSave();
+    m_total = 0;
     if (m_render)
         m_render->deleteLater();
     m_render = nullptr;
@@ -158,6 +203,23 @@ void PlotPager::askSaveAll()
                                      QStringLiteral("pdf"));
     if (file.isEmpty())
         return;
+    if (isDrawing()) {
+        // Saved once the last plot is drawn; the wait window says so and counts them in.
+        m_pendingSaveAll = file;
+        m_pendingWait = new SaveAllWait(m_owner);
+        m_pendingWait->setAttribute(Qt::WA_DeleteOnClose);
+        // The user may page through the plots that are ready while the rest come in.
+        m_pendingWait->setWindowModality(Qt::NonModal);
+        m_pendingWait->setText(tr("Waiting: %1 of %2 plots drawn").arg(count()).arg(m_total));
+        m_pendingWait->show();
+        return;
+    }
+    saveAllTo(file);
+}
+
+void PlotPager::saveAllTo(const QString &vFile)
+{
+    const QString &file = vFile;
     bool saved = false;
     {
         SaveAllWait wait(m_owner);

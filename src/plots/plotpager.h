@@ -6,6 +6,7 @@
 #include <QSize>
 #include <QString>
 
+class SaveAllWait;
 class SvgRender;
 class WPlotView;
 class QWidget;
@@ -21,6 +22,13 @@ public:
     // Replaces the plots by those of vPlotDir, in a private copy when vCopy is set, and shows
     // the first one.
     void load(const QString &vPlotDir, bool vCopy);
+    // Pages through the first vReady of vTotal plots being drawn into vPlotDir; arrive() tells
+    // of more. The first plot is shown as soon as there is one.
+    void loadArriving(const QString &vPlotDir, int vReady, int vTotal);
+    void arrive(int vReady, int vTotal);
+    // Plots are still being drawn.
+    bool isDrawing() const { return m_total > count(); }
+    int total() const { return m_total; }
     void unload();
 
     SvgRender *render() const { return m_render; }
@@ -48,6 +56,8 @@ Q_SIGNALS:
 
 private:
     void showScene();
+    void saveAllTo(const QString &vFile);
+    void cancelPendingSave();
     QString askFileName(const QString &vProposed, const QString &vFilter, const QString &vSuffix);
     void warn(const QString &vMessage);
 
@@ -55,6 +65,10 @@ private:
     QWidget *m_owner;
     QPointer<SvgRender> m_render;
     QSize m_imageSize;
+    int m_total = 0;
+    // Save All chosen while plots were drawn: done when the last arrives.
+    QString m_pendingSaveAll;
+    QPointer<SaveAllWait> m_pendingWait;
 };
 
 #endif // PLOTPAGER_H

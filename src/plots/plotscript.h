@@ -3,29 +3,34 @@
 
 #include <QString>
 
-// Writes the gnuplot script that draws one parameter's trace from the per-chain files
-// base + "1.csv", base + "2.csv", ... The text is exact down to the blanks: gnuplot reads it
-// as one "-e" command line and the studio's plots depend on every piece of it.
+// Writes the gnuplot commands that draw one parameter's trace into one SVG file, from that
+// parameter's own data file (the iteration, then one column per chain). The commands are one
+// per line and leave nothing behind them, so one gnuplot reading its standard input can draw
+// plot after plot.
 class PlotScript
 {
 public:
-    // vBase is the chain files' path without the chain number and ".csv".
-    PlotScript(const QString &vBase, int vChains);
+    explicit PlotScript(int vChains);
 
     void setSize(int vWidth, int vHeight);
     // vStart and vStop choose the form of the plot (1 and -1 mean the whole run, -1 "Max");
     // vFirst and vLast are the user's own iteration choices that bound a ranged plot.
     void setRange(int vStart, int vStop, int vFirst, int vLast);
+    // The first vBurn iterations are shaded as burn-in; 0 shades nothing.
+    void setBurnIn(int vBurn);
 
-    // The script of the parameter titled vLabel, read from data column vColumn.
-    QString script(const QString &vLabel, int vColumn) const;
-    // The plain form: fixed size, all iterations.
-    QString defaultScript(const QString &vLabel, int vColumn) const;
+    // The commands that draw the parameter titled vLabel from vDataFile into vSvgFile.
+    QString script(const QString &vLabel, const QString &vDataFile, const QString &vSvgFile) const;
+
+    // vText as a gnuplot string: in double quotes, with its line breaks, quotes and
+    // backslashes escaped, so any label or path survives as it is.
+    static QString quoted(const QString &vText);
 
 private:
-    QString plotCommand(const QString &vEvery, int vColumn) const;
+    QString plotCommand(const QString &vEvery, const QString &vDataFile) const;
+    QString chainStyle() const;
+    QString burnInShade() const;
 
-    QString m_base;
     int m_chains = 1;
     int m_width = 900;
     int m_height = 400;
@@ -33,6 +38,7 @@ private:
     int m_stop = -1;
     int m_first = 1;
     int m_last = -1;
+    int m_burn = 0;
 };
 
 #endif // PLOTSCRIPT_H

@@ -52,6 +52,7 @@ void PlotSettings::setValues(const QVariantMap &vValues)
     m_nchain = vValues.value(QStringLiteral("nchain"), m_nchain).toInt();
     m_width = vValues.value(QStringLiteral("width"), m_width).toInt();
     m_height = vValues.value(QStringLiteral("height"), m_height).toInt();
+    m_shadeBurnIn = vValues.value(QStringLiteral("shadeBurnIn"), m_shadeBurnIn).toBool();
 }
 
 void PlotSettings::showPlaceholders()
@@ -61,13 +62,14 @@ void PlotSettings::showPlaceholders()
     ui->le_nchain->setPlaceholderText(placeholder(m_nchain, true));
     ui->le_width->setPlaceholderText(placeholder(m_width, false));
     ui->le_height->setPlaceholderText(placeholder(m_height, false));
+    ui->cb_shadeBurnIn->setChecked(m_shadeBurnIn);
 }
 
 void PlotSettings::on_pb_Reset_clicked()
 {
-    const int before[] = {m_bIter, m_eIter, m_nchain, m_width, m_height};
+    const int before[] = {m_bIter, m_eIter, m_nchain, m_width, m_height, m_shadeBurnIn};
     setValues(CSettings::instance().plotSettings());
-    const int after[] = {m_bIter, m_eIter, m_nchain, m_width, m_height};
+    const int after[] = {m_bIter, m_eIter, m_nchain, m_width, m_height, m_shadeBurnIn};
     m_resetChanged = m_resetChanged || !std::equal(std::begin(before), std::end(before), after);
     for (QLineEdit *row : rows())
         row->clear();
@@ -185,6 +187,10 @@ bool PlotSettings::apply()
             *row.value = value;
             changed = true;
         }
+    }
+    if (ui->cb_shadeBurnIn->isChecked() != m_shadeBurnIn) {
+        m_shadeBurnIn = ui->cb_shadeBurnIn->isChecked();
+        changed = true;
     }
     showPlaceholders();
     return changed;

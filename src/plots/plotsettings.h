@@ -16,7 +16,8 @@ class PlotSettings : public QWidget
 {
     Q_OBJECT
 public:
-    // vValues holds the starting values under "bIter", "eIter", "nchain", "width", "height".
+    // vValues holds the starting values under "bIter", "eIter", "nchain", "width", "height"
+    // and "shadeBurnIn".
     explicit PlotSettings(QWidget *parent = nullptr, const QVariantMap &vValues = QVariantMap());
     ~PlotSettings() override;
 
@@ -28,6 +29,8 @@ public:
     // purpose: through a PlotSettings pointer the plot size is what callers want.
     int width() const { return m_width; }
     int height() const { return m_height; }
+    // Whether each plot shades the run's burn-in iterations.
+    bool shadeBurnIn() const { return m_shadeBurnIn; }
 
 Q_SIGNALS:
     void needs_Render();
@@ -56,6 +59,7 @@ private:
     int m_nchain = -1;
     int m_width = 900;
     int m_height = 400;
+    bool m_shadeBurnIn = true;
     // Set when Reset changed a value, so the next OK remakes the plots.
     bool m_resetChanged = false;
 };

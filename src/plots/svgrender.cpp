@@ -12,15 +12,30 @@
 #include <QSvgRenderer>
 #include <QTemporaryDir>
 
+#include <algorithm>
+
 namespace {
 
 const QStringList kSvgPattern {QStringLiteral("*.svg")};
 
-// The plots of a folder in the order gnuplot wrote them: oldest first. Name order would put
-// "plot10.svg" before "plot2.svg".
-QFileInfoList plotsByAge(const QDir &vDir)
+// The number of a plot named "plot<n>.svg", or 0 for any other name.
+int plotNumber(const QString &vName)
 {
-    return vDir.entryInfoList(kSvgPattern, QDir::Files, QDir::Time | QDir::Reversed);
+    if (!vName.startsWith(QLatin1String("plot")) || !vName.endsWith(QLatin1String(".svg")))
+        return 0;
+    return QStringView(vName).mid(4, vName.size() - 8).toInt();
+}
+
+// The plots of a folder in parameter order. Plots are drawn side by side and finish in any
+// order, so neither their age nor their names' text order ("plot10.svg" before "plot2.svg")
+// will do: numbered plots go by number, any other SVG before them oldest first.
+QFileInfoList plotsInOrder(const QDir &vDir)
+{
+    QFileInfoList plots = vDir.entryInfoList(kSvgPattern, QDir::Files, QDir::Time | QDir::Reversed);
+    std::stable_sort(plots.begin(), plots.end(), [](const QFileInfo &a, const QFileInfo &b) {
+        return plotNumber(a.fileName()) < plotNumber(b.fileName());
+    });
+    return plots;
 }
 
 QGraphicsScene *sceneOf(QSvgRenderer *vRenderer, QObject *vParent)
@@ -41,7 +56,7 @@ SvgRender::SvgRender(QObject *parent, const QString &vPlotDir, bool vCopy)
     if (vCopy)
         m_valid = copyPlots(vPlotDir);
     if (m_valid) {
-        for (const QFileInfo &plot : plotsByAge(m_dir))
+        for (const QFileInfo &plot : plotsInOrder(m_dir))
             m_files << plot.fileName();
     }
     m_renderer = new QSvgRenderer(this);
@@ -49,13 +64,29 @@ SvgRender::SvgRender(QObject *parent, const QString &vPlotDir, bool vCopy)
 
 SvgRender::~SvgRender() = default;
 
+void SvgRender::setReady(int vReady)
+{
+    // Only the new arrivals are looked at: a list of a thousand plots is not read a thousand
+    // times. A plot gnuplot never began has no file and no page.
+    if (m_ready < 0) {
+        m_files.clear(); // the folder's listing holds plots still being drawn
+        m_ready = 0;
+    }
+    for (int k = m_ready + 1; k <= vReady; ++k) {
+        const QString name = QStringLiteral("plot%1.svg").arg(k);
+        if (m_dir.exists(name))
+            m_files << name;
+    }
+    m_ready = qMax(m_ready, vReady);
+}
+
 bool SvgRender::copyPlots(const QString &vPlotDir)
 {
     m_ownCopy = std::make_unique<QTemporaryDir>();
     if (!m_ownCopy->isValid())
         return false;
     m_dir.setPath(m_ownCopy->path());
-    for (const QFileInfo &source : plotsByAge(QDir(vPlotDir))) {
+    for (const QFileInfo &source : plotsInOrder(QDir(vPlotDir))) {
         const QString target = m_dir.filePath(source.fileName());
         if (!QFile::copy(source.filePath(), target))
             continue;

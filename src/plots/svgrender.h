@@ -25,6 +25,10 @@ public:
     SvgRender(QObject *parent, const QString &vPlotDir, bool vCopy);
     ~SvgRender() override;
 
+    // While plots are still being drawn into the folder: shows the plots "plot1.svg" up to
+    // "plot<vReady>.svg", those known to be complete, and no other.
+    void setReady(int vReady);
+
     // Shows the plot at vIndex; an index outside the plots changes nothing. Returns the scene
     // of the plot now shown (none while nothing has been shown).
     QGraphicsScene *show(int vIndex);
@@ -61,6 +65,7 @@ private:
     QGraphicsScene *m_scene = nullptr;
     std::unique_ptr<QTemporaryDir> m_ownCopy;
     bool m_valid = true;
+    int m_ready = -1; // plots known complete; -1 until setReady is first called
 };
 
 #endif // SVGRENDER_H

@@ -24,6 +24,42 @@ void WGraphPanel::showPlots(const QString &vPlotDir)
     m_pager->load(vPlotDir, false);
 }
 
+void WGraphPanel::showArrivingPlots(const QString &vPlotDir, int vReady, int vTotal)
+{
+    m_pager->loadArriving(vPlotDir, vReady, vTotal);
+}
+
+void WGraphPanel::plotsArrived(int vReady, int vTotal)
+{
+    m_pager->arrive(vReady, vTotal);
+}
+
+void WGraphPanel::stopArriving()
+{
+    if (isDrawing())
+        m_pager->arrive(m_pager->count(), m_pager->count());
+}
+
+bool WGraphPanel::isDrawing() const
+{
+    return m_pager->isDrawing();
+}
+
+void WGraphPanel::showPage(int vIndex)
+{
+    m_pager->showPage(vIndex);
+}
+
+int WGraphPanel::pageCount() const
+{
+    return m_pager->count();
+}
+
+int WGraphPanel::currentPage() const
+{
+    return m_pager->current();
+}
+
 void WGraphPanel::clearPlots()
 {
     m_pager->unload();
@@ -72,7 +108,7 @@ void WGraphPanel::on_tb_saveAll_plot_clicked()
 
 void WGraphPanel::on_tb_popout_clicked()
 {
-    if (!render() || render()->count() == 0)
+    if (!render() || render()->count() == 0 || isDrawing())
         return;
     auto *viewer = new GraphViewer(this, render()->folder());
     // The viewer opens on the plot the user is looking at.
@@ -93,12 +129,19 @@ void WGraphPanel::on_actionGo_to_triggered()
 
 void WGraphPanel::updateControls()
 {
-    const bool plots = !m_busy && m_pager->count() > 0;
-    ui->lb_page->setText(tr("Plot : ") + m_pager->position());
-    ui->tb_left->setEnabled(!m_busy && m_pager->hasPrevious());
-    ui->tb_right->setEnabled(!m_busy && m_pager->hasNext());
+    // Busy only until the first plot arrives: the user pages through those ready meanwhile.
+    const bool drawing = m_pager->isDrawing();
+    const bool busy = m_busy && m_pager->count() == 0;
+    const bool plots = !busy && m_pager->count() > 0;
+    QString page = tr("Plot : ") + m_pager->position();
+    if (drawing)
+        page += tr(" (%1 being drawn)").arg(m_pager->total());
+    ui->lb_page->setText(page);
+    ui->tb_left->setEnabled(!busy && m_pager->hasPrevious());
+    ui->tb_right->setEnabled(!busy && m_pager->hasNext());
     ui->actionGo_to->setEnabled(plots);
     ui->tb_save_plot->setEnabled(plots);
     ui->tb_saveAll_plot->setEnabled(plots);
-    ui->tb_popout->setEnabled(plots);
+    // A pop-out copies the folder, which would catch plots half drawn.
+    ui->tb_popout->setEnabled(plots && !drawing);
 }

@@ -25,6 +25,17 @@ public:
     // Shows the plots of vPlotDir from the first one. The folder is read in place: the document
     // replaces it at its next run, and the panel is given the new plots then.
     void showPlots(const QString &vPlotDir);
+    // Shows the first vReady of vTotal plots still being drawn into vPlotDir; plotsArrived()
+    // adds the ones that follow, the page shown stays.
+    void showArrivingPlots(const QString &vPlotDir, int vReady, int vTotal);
+    void plotsArrived(int vReady, int vTotal);
+    // The drawing was stopped: the plots that arrived are all there will be.
+    void stopArriving();
+    bool isDrawing() const;
+    // Shows the plot at vIndex (from 0) among those ready, as paging there would.
+    void showPage(int vIndex);
+    int pageCount() const;
+    int currentPage() const;
     void clearPlots();
     // While plots are being made the paging and save controls are off.
     void setBusy(bool vBusy);

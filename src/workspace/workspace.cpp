@@ -683,6 +683,7 @@ void Workspace::evaluatePlotRequests()
     PlotRequests requests(CSettings::instance().commandLineToolName(),
                           ui->actionAuto_plot->isChecked());
     requests.evaluate(ui->te_SyntaxEditor->toPlainText(), this);
+    m_burnIn = PlotRequests::runLength(ui->te_SyntaxEditor->toPlainText()).burn;
     m_executable = requests.enginePath();
     m_autoPlot = requests.plotThisRun();
     m_requestedChains = requests.requestedChains();
@@ -842,6 +843,8 @@ void Workspace::makePlots()
     m_graphPanel->clearPlots();
     m_graphing = new GraphingEngine(this, m_tempDir->path());
     connect(m_graphing, &GraphingEngine::did_finish, this, &Workspace::graphs_finished);
+    connect(m_graphing, &GraphingEngine::did_ready, this, &Workspace::plotsArrived);
+    m_graphing->setBurnIn(m_burnIn);
     connect(m_graphing, &GraphingEngine::did_sendErr, this, [this](const QString &vMessage) {
         if (!isPlotting())
             endPlotting();
@@ -868,6 +871,24 @@ void Workspace::endPlotting()
         m_plotSpinner->stop();
     delete m_plotSpinner;
     m_graphPanel->setBusy(false);
+    m_graphPanel->stopArriving();
+}
+
+void Workspace::plotsArrived(int vReady, int vTotal)
+{
+    if (!m_tempDir || vReady < 1)
+        return;
+    if (m_graphPanel->isDrawing() || m_graphPanel->pageCount() > 0) {
+        m_graphPanel->plotsArrived(vReady, vTotal);
+        return;
+    }
+    // The first plot is shown at once; the spinner has done its job.
+    if (m_plotSpinner)
+        m_plotSpinner->stop();
+    delete m_plotSpinner;
+    m_graphPanel->showArrivingPlots(m_tempDir->path(), vReady, vTotal);
+    m_graphPanel->setImageSize(m_plotSettings->width(), m_plotSettings->height());
+    revealGraphDock();
 }
 
 void Workspace::graphs_finished()
@@ -876,8 +897,16 @@ void Workspace::graphs_finished()
     if (!m_tempDir)
         return;
     m_plotsMade = true;
-    m_graphPanel->showPlots(m_tempDir->path());
+    // Plots shown as they arrived stay on the page the user turned to.
+    if (m_graphPanel->pageCount() == 0)
+        m_graphPanel->showPlots(m_tempDir->path());
     m_graphPanel->setImageSize(m_plotSettings->width(), m_plotSettings->height());
+    revealGraphDock();
+    Q_EMIT graphs_done(this);
+}
+
+void Workspace::revealGraphDock()
+{
     if (!ui->actionPlot->isChecked()) {
         ui->actionPlot->setChecked(true);
         // A plot wants as much room as the output beside (or under) it.
@@ -885,7 +914,6 @@ void Workspace::graphs_finished()
         const int room = m_verticalLayout ? ui->dockOut->width() : ui->dockOut->height();
         resizeDocks({ui->dockOut, ui->dockGraph}, {room / 2, room / 2}, along);
     }
-    Q_EMIT graphs_done(this);
 }
 
 void Workspace::setPlotControlsEnabled(bool vEnabled)

@@ -147,6 +147,9 @@ private:
     void evaluatePlotRequests();
     void makePlots();
     void endPlotting();
+    // Plots shown as they are drawn; the dock opens with the first.
+    void plotsArrived(int vReady, int vTotal);
+    void revealGraphDock();
     void setPlotControlsEnabled(bool vEnabled);
     void renewTemporaryFolder();
     // Stops the engine and gnuplot and removes the temporary folder, without any report.
@@ -176,6 +179,7 @@ private:
     bool m_plotsAvailable = false;
     bool m_plotsMade = false;
     int m_requestedChains = 2;
+    int m_burnIn = 0; // the run's burn-in iterations, shaded in its plots
     std::unique_ptr<QTemporaryDir> m_tempDir;
     QPointer<WaitingSpinnerWidget> m_spinner;
     QPointer<WaitingSpinnerWidget> m_plotSpinner;

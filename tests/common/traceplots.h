@@ -2,6 +2,7 @@
 #define TRACEPLOTS_H
 
 #include "config/executablepath.h"
+#include "plots/chainsplitter.h"
 #include "plots/plotscript.h"
 
 #include <QDateTime>
@@ -48,20 +49,31 @@ inline bool writeTraces(const QString &vDir, int vParameters, int vChains, int v
     return true;
 }
 
-// Runs gnuplot for parameter vParameter with the studio's own script, writing
+// Draws parameter vParameter with the studio's own script and data split, writing
 // "plot<vParameter>.svg".
 inline bool plot(const QString &vDir, int vParameter, int vChains, const QSize &vSize)
 {
-    PlotScript script(QDir(vDir).filePath(QStringLiteral("burn")), vChains);
+    const QDir dir(vDir);
+    const QString data = dir.filePath(QStringLiteral("trace%1.dat").arg(vParameter));
+    ChainSplitter splitter;
+    if (!splitter.open(dir.filePath(QStringLiteral("burn")), vChains, vParameter))
+        return false;
+    while (!splitter.index(1 << 20)) { }
+    if (!splitter.write(vParameter - 1, data))
+        return false;
+    PlotScript script(vChains);
     script.setSize(vSize.width(), vSize.height());
     QProcess gnuplot;
-    gnuplot.setStandardOutputFile(
-        QDir(vDir).filePath(QStringLiteral("plot%1.svg").arg(vParameter)));
-    gnuplot.start(ExecutablePath::find(QStringLiteral("gnuplot")),
-                  {QStringLiteral("-e"),
-                   script.script(QStringLiteral("Parameter %1").arg(vParameter), vParameter + 1)});
-    return gnuplot.waitForFinished(60000) && gnuplot.exitStatus() == QProcess::NormalExit
-        && gnuplot.exitCode() == 0;
+    gnuplot.start(ExecutablePath::find(QStringLiteral("gnuplot")), QStringList());
+    gnuplot.write(script
+                      .script(QStringLiteral("Parameter %1").arg(vParameter), data,
+                              dir.filePath(QStringLiteral("plot%1.svg").arg(vParameter)))
+                      .toUtf8());
+    gnuplot.closeWriteChannel();
+    const bool drawn = gnuplot.waitForFinished(60000)
+        && gnuplot.exitStatus() == QProcess::NormalExit && gnuplot.exitCode() == 0;
+    QFile::remove(data);
+    return drawn;
 }
 
 // Gives "plot<k>.svg" the modification time vBase + vStepSeconds * k, so the order by age is

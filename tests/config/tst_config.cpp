@@ -96,7 +96,7 @@ private Q_SLOTS:
         QCOMPARE(s.importMissingAsDefault(), false);
         const QVariantMap plot {{"openGl", true}, {"autoPlot", true}, {"bIter", 1},
                                 {"eIter", -1},    {"nchain", -1},     {"width", 900},
-                                {"height", 400},  {"dType", 0}};
+                                {"height", 400},  {"dType", 0},     {"shadeBurnIn", true}};
         QCOMPARE(s.plotSettings(), plot);
     }
 

@@ -285,7 +285,7 @@ private Q_SLOTS:
         QStringList expected;
         for (int k = 1; k <= kPlots; ++k) {
             QVERIFY(TracePlots::stamp(dir.path(), k, m_base, step));
-            expected.insert(step > 0 ? k - 1 : 0, QStringLiteral("plot%1.svg").arg(k));
+            expected << QStringLiteral("plot%1.svg").arg(k);
         }
         // The engine's other files in the folder are not plots.
         QVERIFY(QFile::copy(m_plots.filePath("burn1.csv"), dir.filePath("burn1.csv")));
@@ -378,10 +378,44 @@ private Q_SLOTS:
         QCOMPARE(panel.findChild<QToolButton *>("tb_save_plot")->isEnabled(), count > 0);
         if (count > 0)
             QCOMPARE(panel.findChild<QGraphicsView *>()->scene(), panel.render()->scene());
-        // While new plots are being made nothing can be paged or saved.
+        // Until the first new plot arrives nothing can be paged or saved.
+        panel.clearPlots();
         panel.setBusy(true);
         QVERIFY(!left->isEnabled() && !right->isEnabled());
         QVERIFY(!panel.findChild<QToolButton *>("tb_saveAll_plot")->isEnabled());
+    }
+
+    // Plots drawn one after another: the ready ones are paged meanwhile, the page stays as more
+    // arrive, and Save All waits for the last before it writes every page.
+    void plotsArriving()
+    {
+        QTemporaryDir dir;
+        WGraphPanel panel;
+        panel.show();
+        panel.setBusy(true);
+        panel.showArrivingPlots(plotFolder(dir), 3, kPlots);
+        auto *right = panel.findChild<QToolButton *>("tb_right");
+        QCOMPARE(panel.pageText(), "Plot : 1 of 3 (12 being drawn)");
+        QTest::mouseClick(right, Qt::LeftButton);
+        QTest::mouseClick(right, Qt::LeftButton);
+        QCOMPARE(panel.pageText(), "Plot : 3 of 3 (12 being drawn)");
+        QVERIFY(!right->isEnabled() && !panel.findChild<QToolButton *>("tb_popout")->isEnabled());
+        const QString pdf = dir.filePath("all.pdf");
+        {
+            QStringList seen;
+            ModalAnswerer answerer(answerDialogs(QMessageBox::Yes, pdf, &seen));
+            panel.on_tb_saveAll_plot_clicked();
+        }
+        auto *wait = panel.window()->findChild<SaveAllWait *>();
+        QVERIFY(wait && wait->text().contains("3 of 12") && !QFile::exists(pdf));
+        panel.plotsArrived(7, kPlots);
+        QVERIFY(wait->text().contains("7 of 12"));
+        panel.showPage(5);
+        QCOMPARE(panel.pageText(), "Plot : 6 of 7 (12 being drawn)");
+        panel.plotsArrived(kPlots, kPlots);
+        QCOMPARE(panel.pageText(), "Plot : 6 of 12");
+        QVERIFY(panel.findChild<QToolButton *>("tb_popout")->isEnabled());
+        QCOMPARE(pdfPages(readFile(pdf)), kPlots);
     }
 
     void goTo_data() { addTableRows(QFINDTESTDATA("goto.txt"), {"from", "answer", "page"}); }
