@@ -7,6 +7,7 @@
 #include "editor/wsyntaxeditor.h"
 #include "editor/wtextfinder.h"
 #include "filehandling.h"
+#include "filetypes.h"
 #include "outputhighlighter.h"
 #include "plotrequests.h"
 #include "plots/graphingengine.h"
@@ -29,6 +30,7 @@
 #include <QSaveFile>
 #include <QTemporaryDir>
 #include <QTextCursor>
+#include <QTextDocument>
 #include <QTimer>
 #include <QUrl>
 
@@ -139,9 +141,13 @@ Workspace::Workspace(QWidget *parent)
     connect(ui->actionDuplicate, &QAction::triggered, this, &Workspace::on_duplicate);
     connect(ui->actionZoomIn, &QAction::triggered, this, &Workspace::on_zoomIn);
     connect(ui->actionZoomOut, &QAction::triggered, this, &Workspace::on_zoomOut);
-    for (QAction *state :
-         {ui->actionRun, ui->actionStop, ui->actionOutput, ui->actionPlot, ui->actionAuto_plot})
-        connect(state, &QAction::changed, this, &Workspace::actionsChanged);
+    for (QAction *state : {ui->actionRun, ui->actionStop, ui->actionOutput, ui->actionPlot,
+                           ui->actionAuto_plot, ui->actionFind_Replace, ui->actionNext})
+        connect(state, &QAction::changed, this, &Workspace::stateChanged);
+    QTextDocument *text = ui->te_SyntaxEditor->document();
+    connect(text, &QTextDocument::modificationChanged, this, &Workspace::stateChanged);
+    connect(text, &QTextDocument::undoAvailable, this, &Workspace::stateChanged);
+    connect(text, &QTextDocument::redoAvailable, this, &Workspace::stateChanged);
 
     connect(m_graphPanel, &WGraphPanel::do_plotSettings, this,
             &Workspace::on_tb_settings_plot_clicked);
@@ -176,14 +182,7 @@ QString Workspace::filePath() const
 
 QString Workspace::outputPath() const
 {
-    if (!m_file->hasFileName())
-        return {};
-    const QFileInfo script(m_file->fileName());
-    const QString extension = ui->te_SyntaxEditor->syntaxMode() == SyntaxMode::Mplus
-        ? QStringLiteral("out")
-        : CSettings::instance().outputExtension();
-    return script.absolutePath() + QLatin1Char('/') + script.completeBaseName() + QLatin1Char('.')
-        + extension;
+    return FileTypes::outputFor(filePath(), ui->te_SyntaxEditor->syntaxMode() == SyntaxMode::Mplus);
 }
 
 bool Workspace::isModified() const
@@ -199,6 +198,23 @@ bool Workspace::isRunning() const
 bool Workspace::isPlotting() const
 {
     return m_graphing && m_graphing->isBusy();
+}
+
+Workspace::RunState Workspace::runState() const
+{
+    if (m_running)
+        return RunState::Running;
+    return isPlotting() ? RunState::Plotting : RunState::Idle;
+}
+
+bool Workspace::canUndo() const
+{
+    return ui->te_SyntaxEditor->document()->isUndoAvailable();
+}
+
+bool Workspace::canRedo() const
+{
+    return ui->te_SyntaxEditor->document()->isRedoAvailable();
 }
 
 WSyntaxEditor *Workspace::editor() const
@@ -236,6 +252,11 @@ QAction *Workspace::autoPlotAction() const
     return ui->actionAuto_plot;
 }
 
+QAction *Workspace::findAction() const
+{
+    return ui->actionFind_Replace;
+}
+
 // --- Files -------------------------------------------------------------------------------
 
 void Workspace::on_new()
@@ -263,13 +284,7 @@ void Workspace::on_import(const QString &vDataFileName, const QString &vDataHead
 
 bool Workspace::on_open(const QString &vImpFile)
 {
-    const QFileInfo asked(vImpFile.trimmed());
-    const QString base = asked.absolutePath() + QLatin1Char('/') + asked.completeBaseName();
-    QString path = asked.filePath();
-    if (asked.suffix().compare(CSettings::instance().outputExtension(), Qt::CaseInsensitive) == 0)
-        path = base + QStringLiteral(".imp");
-    else if (asked.suffix().compare(QStringLiteral("out"), Qt::CaseInsensitive) == 0)
-        path = base + QStringLiteral(".inp");
+    const QString path = FileTypes::scriptFor(vImpFile.trimmed());
 
     bool readable = false;
     const QString text = readText(path, &readable);
@@ -279,9 +294,7 @@ bool Workspace::on_open(const QString &vImpFile)
             tr("Cannot open the file \"%1\".").arg(QDir::toNativeSeparators(path)));
         return false;
     }
-    const bool mplus
-        = QFileInfo(path).suffix().compare(QStringLiteral("inp"), Qt::CaseInsensitive) == 0;
-    loadScript(text, mplus);
+    loadScript(text, FileTypes::isMplusScript(path));
     m_examplePromptPending = true;
     bool hasOutput = false;
     const QString output = readText(outputPath(), &hasOutput);
@@ -378,7 +391,7 @@ bool Workspace::saveOutputAs()
 
 bool Workspace::on_close()
 {
-    if (!m_closeConfirmed && !maybeSave(true))
+    if (!m_closeConfirmed && (!maybeStopRun() || !maybeSave(true)))
         return false;
     m_closeConfirmed = true;
     shutDown();
@@ -391,9 +404,22 @@ bool Workspace::on_close()
     return true;
 }
 
+bool Workspace::maybeStopRun()
+{
+    if (!m_running)
+        return true;
+    QMessageBox box(QMessageBox::Warning, displayName(),
+                    tr("The engine is still running for %1. Stop it and close?").arg(displayName()),
+                    QMessageBox::Cancel, this);
+    QPushButton *stop = box.addButton(tr("Stop and Close"), QMessageBox::AcceptRole);
+    box.setDefaultButton(QMessageBox::Cancel);
+    box.exec();
+    return box.clickedButton() == stop;
+}
+
 void Workspace::closeEvent(QCloseEvent *vEvent)
 {
-    if (!m_closeConfirmed && !maybeSave(true)) {
+    if (!m_closeConfirmed && (!maybeStopRun() || !maybeSave(true))) {
         vEvent->ignore();
         return;
     }
@@ -570,8 +596,7 @@ void Workspace::on_actionOpen_triggered()
     // A chooser of its own: a cancelled dialog must not cost this document its file name.
     FileHandling chooser;
     chooser.clear();
-    chooser.setOpenDialog(tr("Select Syntax File to Open"),
-                          QStringLiteral("*.imp *.txt *.tovrel-out *.inp *.out"));
+    chooser.setOpenDialog(tr("Select Syntax File to Open"), FileTypes::openPatterns());
     bool chosen = false;
     const QString path = chooser.openWithDialog(chosen);
     if (chosen && maybeSave(true))
@@ -849,7 +874,9 @@ void Workspace::makePlots()
     if (!accepted || m_graphing->scripts().isEmpty() || !m_graphing->isBusy()) {
         delete m_graphing;
         endPlotting();
+        return;
     }
+    Q_EMIT stateChanged();
 }
 
 void Workspace::endPlotting()
@@ -859,6 +886,7 @@ void Workspace::endPlotting()
         m_plotSpinner->stop();
     delete m_plotSpinner;
     m_graphPanel->setBusy(false);
+    Q_EMIT stateChanged();
 }
 
 void Workspace::graphs_finished()

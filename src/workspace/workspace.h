@@ -34,6 +34,10 @@ class Workspace : public QMainWindow
 {
     Q_OBJECT
 public:
+    // What the document is doing: a run wins over plotting, which may still be under way from
+    // the previous run.
+    enum class RunState { Idle, Running, Plotting };
+
     explicit Workspace(QWidget *parent = nullptr);
     ~Workspace() override;
 
@@ -49,6 +53,9 @@ public:
     bool isModified() const;
     bool isRunning() const;
     bool isPlotting() const;
+    RunState runState() const;
+    bool canUndo() const;
+    bool canRedo() const;
     bool plotsAvailable() const { return m_plotsAvailable; }
 
     WSyntaxEditor *editor() const;
@@ -56,13 +63,15 @@ public:
     WGraphPanel *graphPanel() const { return m_graphPanel; }
     PlotSettings *plotSettings() const { return m_plotSettings; }
 
-    // The states the main window mirrors: Run and Stop enabled, output and plot panes shown,
-    // auto plot checked. actionsChanged() follows any change of them.
+    // The document's own actions behind the states the main window mirrors: Run and Stop
+    // enabled, output and plot panes shown, auto plot and the find bar checked. stateChanged()
+    // follows any change of them, of the run state, of the modified state and of undo and redo.
     QAction *runAction() const;
     QAction *stopAction() const;
     QAction *outputAction() const;
     QAction *plotAction() const;
     QAction *autoPlotAction() const;
+    QAction *findAction() const;
 
 Q_SIGNALS:
     void did_open();
@@ -72,7 +81,7 @@ Q_SIGNALS:
     void disable_plot();
     void process_finished();
     void output_receieved();
-    void actionsChanged();
+    void stateChanged();
 
 public Q_SLOTS:
     void on_new();
@@ -138,6 +147,8 @@ protected:
 
 private:
     bool maybeSave(bool vAllowDiscard);
+    // Asks before a close stops a running engine; true when nothing runs or the user agrees.
+    bool maybeStopRun();
     bool saveOutputAs();
     void saveOutput(const QString &vText);
     void evaluatePlotRequests();
