@@ -11,7 +11,9 @@ packages=(
 )
 if [ "${1:-}" = "--test" ]; then
     # clang with libFuzzer runs the short fuzz pass over the committed corpora.
-    packages+=(desktop-file-utils appstream shared-mime-info dpkg-dev clang libclang-rt-14-dev)
+    # Xvfb, a window manager and real X input run the studio as a user meets it.
+    packages+=(desktop-file-utils appstream shared-mime-info dpkg-dev clang libclang-rt-14-dev
+               xvfb openbox xdotool x11-apps imagemagick)
 fi
 
 missing=()

@@ -162,6 +162,11 @@ QMdiSubWindow *MainWindow::addDocument(Workspace *vDocument)
 {
     vDocument->setDocumentNumber(++m_documentCount);
     QMdiSubWindow *sub = ui->mdiArea->addSubWindow(vDocument);
+    // The frame's own menu takes the platform's Close key (Ctrl+W under X11), which would make
+    // the window's Close ambiguous and dead; the window's actions serve the keyboard.
+    if (QMenu *frameMenu = sub->systemMenu())
+        for (QAction *entry : frameMenu->actions())
+            entry->setShortcuts({});
     m_extras->watch(vDocument);
     // The tab follows the document's title, and "Go to tab..." with it.
     connect(vDocument, &QWidget::windowTitleChanged, this, &MainWindow::rebuildTabMenu);

@@ -27,6 +27,7 @@
 #include <QMdiSubWindow>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QResizeEvent>
 #include <QSaveFile>
 #include <QTemporaryDir>
 #include <QTextCursor>
@@ -637,6 +638,15 @@ void Workspace::update_orientation()
     }
     ui->dockOut->setVisible(ui->actionOutput->isChecked());
     ui->dockGraph->setVisible(graphShown);
+}
+
+void Workspace::resizeEvent(QResizeEvent *vEvent)
+{
+    QMainWindow::resizeEvent(vEvent);
+    // Beside the script, the output (100 columns of it) and the plots keep at least half the
+    // width, however large the window grows.
+    if (!m_verticalLayout && !ui->dockOut->isHidden() && ui->dockOut->width() < width() / 2)
+        resizeDocks({ui->dockOut}, {width() / 2}, Qt::Horizontal);
 }
 
 bool Workspace::eventFilter(QObject *vWatched, QEvent *vEvent)

@@ -15,6 +15,7 @@ class PlotSettings;
 class ProcessHandling;
 class QAction;
 class QCloseEvent;
+class QResizeEvent;
 class QTemporaryDir;
 class WaitingSpinnerWidget;
 class WGraphPanel;
@@ -144,6 +145,7 @@ public Q_SLOTS:
 protected:
     void closeEvent(QCloseEvent *vEvent) override;
     bool eventFilter(QObject *vWatched, QEvent *vEvent) override;
+    void resizeEvent(QResizeEvent *vEvent) override;
 
 private:
     bool maybeSave(bool vAllowDiscard);

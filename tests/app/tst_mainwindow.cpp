@@ -247,9 +247,7 @@ private Q_SLOTS:
             QString seen;
             ModalAnswerer answerer([&](QWidget *vModal) {
                 seen = static_cast<QMessageBox *>(vModal)->text();
-                for (QAbstractButton *button : vModal->findChildren<QAbstractButton *>())
-                    if (button->text() == answer)
-                        button->click();
+                clickButton(answer)(vModal);
             });
             action(window(), "actionClose")->trigger();
             flushDeletes();
@@ -548,6 +546,9 @@ private Q_SLOTS:
     void goToLineAndStatusBar()
     {
         m_window->on_open(script("a.imp", "one\ntwo\nthree\nfour\n"));
+        // On X the focus moves into the new document through the server, briefly leaving no
+        // window active.
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
         WSyntaxEditor *editor = m_window->activeDocument()->editor();
         int maximum = 0;
         ModalAnswerer answerer([&maximum](QWidget *vModal) {
