@@ -28,6 +28,7 @@
 #include <QDir>
 #include <QMenu>
 #include <QProcess>
+#include <QScreen>
 #include <QSettings>
 #include <QShortcut>
 #include <QTemporaryDir>
@@ -169,10 +170,14 @@ private Q_SLOTS:
         QVERIFY(!action(window(), "actionStart")->isEnabled());
     }
 
-    // Save All saves every document; a refused close of the second of three keeps the studio
-    // open with the first closed; the geometry is stored once the studio does close.
+    // A first start opens on most of the screen. Save All saves every document; a refused close
+    // of the second of three keeps the studio open with the first closed; the geometry is stored
+    // once the studio does close, and the next start takes it.
     void saveAllAndClosing()
     {
+        const QSize room = window().screen()->availableGeometry().size();
+        QVERIFY(window().width() >= room.width() * 8 / 10);
+        QVERIFY(window().height() >= room.height() * 8 / 10);
         for (const char *name : {"one.imp", "two.imp", "three.imp"})
             window().on_open(script(name));
         for (Workspace *document : window().documents())
