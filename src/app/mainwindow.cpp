@@ -189,7 +189,6 @@ void MainWindow::on_new()
     QMdiSubWindow *sub = addDocument(document);
     document->on_new();
     sub->showMaximized();
-    m_actions->makeCurrent(document);
     updateButtons(document);
 }
 
@@ -224,7 +223,6 @@ void MainWindow::on_open(const QString &vImpFile)
         auto *document = qobject_cast<Workspace *>(sub->widget());
         if (document && samePathIgnoringCase(document->filePath(), wanted)) {
             document->setFocus();
-            m_actions->makeCurrent(document);
             updateButtons(document);
             return;
         }
@@ -239,7 +237,6 @@ void MainWindow::on_open(const QString &vImpFile)
     }
     sub->setWindowIcon(QFileIconProvider().icon(QFileInfo(path)));
     sub->showMaximized();
-    m_actions->makeCurrent(document);
     updateButtons(document);
 }
 
@@ -372,10 +369,13 @@ void MainWindow::on_subWindowActivated(QMdiSubWindow *vMdiSubWindow)
 
 void MainWindow::updateButtons(Workspace *window)
 {
-    Q_UNUSED(window)
     if (m_tearingDown)
         return;
-    m_actions->follow();
+    // A document named here is the current one, whatever the area's activation says.
+    if (window)
+        m_actions->makeCurrent(window);
+    else
+        m_actions->follow();
     rebuildTabMenu();
 }
 
