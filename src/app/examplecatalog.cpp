@@ -124,6 +124,6 @@ QString ExampleCatalog::copyTo(const QString &vFolderName, const QString &vRoot)
 
 QString ExampleCatalog::userCopyFolder()
 {
-    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
-        + QLatin1Char('/') + FileTypes::examplesFolderName();
+    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) + QLatin1Char('/')
+        + FileTypes::examplesFolderName();
 }

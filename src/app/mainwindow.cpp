@@ -96,9 +96,10 @@ void MainWindow::openLarge()
         return;
     const QRect room = shown->availableGeometry();
     const QSize size(room.width() * 9 / 10, room.height() * 9 / 10);
-    setGeometry(QRect(room.topLeft() + QPoint((room.width() - size.width()) / 2,
-                                              (room.height() - size.height()) / 2),
-                      size));
+    setGeometry(
+        QRect(room.topLeft()
+                  + QPoint((room.width() - size.width()) / 2, (room.height() - size.height()) / 2),
+              size));
 }
 
 MainWindow::~MainWindow()
@@ -199,8 +200,7 @@ void MainWindow::on_actionOpen_triggered()
     if (!QFileInfo(folder).isDir())
         folder = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
     FileHandling chooser;
-    chooser.setOpenDialog(QStringLiteral("Select Syntax File to Open"),
-                          FileTypes::openPatterns());
+    chooser.setOpenDialog(QStringLiteral("Select Syntax File to Open"), FileTypes::openPatterns());
     const QString file
         = QFileDialog::getOpenFileName(this, chooser.openCaption(), folder, chooser.filter())
               .trimmed();
@@ -284,13 +284,19 @@ void MainWindow::bindDocumentActions()
     using Call = DocumentActions::Call;
     using Test = DocumentActions::Test;
     auto call = [](void (Workspace::*vSlot)()) -> Call {
-        return [vSlot](Workspace &vDocument, bool) { (vDocument.*vSlot)(); };
+        return [vSlot](Workspace &vDocument, bool) {
+            (vDocument.*vSlot)();
+        };
     };
     auto callChecked = [](void (Workspace::*vSlot)(bool)) -> Call {
-        return [vSlot](Workspace &vDocument, bool vChecked) { (vDocument.*vSlot)(vChecked); };
+        return [vSlot](Workspace &vDocument, bool vChecked) {
+            (vDocument.*vSlot)(vChecked);
+        };
     };
     auto checkedAs = [](QAction *(Workspace::*vAction)() const) -> Test {
-        return [vAction](const Workspace &vDocument) { return (vDocument.*vAction)()->isChecked(); };
+        return [vAction](const Workspace &vDocument) {
+            return (vDocument.*vAction)()->isChecked();
+        };
     };
     const Test notRunning = [](const Workspace &vDocument) {
         return vDocument.runState() != Workspace::RunState::Running;
@@ -298,7 +304,9 @@ void MainWindow::bindDocumentActions()
     const Test busy = [](const Workspace &vDocument) {
         return vDocument.runState() != Workspace::RunState::Idle;
     };
-    const Test withPlots = [](const Workspace &vDocument) { return vDocument.plotsAvailable(); };
+    const Test withPlots = [](const Workspace &vDocument) {
+        return vDocument.plotsAvailable();
+    };
 
     // action, what it calls on the current document, when it is enabled, what it shows checked
     const struct
@@ -318,7 +326,9 @@ void MainWindow::bindDocumentActions()
         {ui->actionPaste, call(&Workspace::on_paste), {}, {}},
         {ui->actionSelect_All, call(&Workspace::on_selectAll), {}, {}},
         {ui->actionSelect_Line, call(&Workspace::on_selectLine), {}, {}},
-        {ui->actionFind_and_Replace, callChecked(&Workspace::on_actionFind_Replace_triggered), {},
+        {ui->actionFind_and_Replace,
+         callChecked(&Workspace::on_actionFind_Replace_triggered),
+         {},
          checkedAs(&Workspace::findAction)},
         {ui->actionIndent, call(&Workspace::on_indent), {}, {}},
         {ui->actionUnindent, call(&Workspace::on_unindent), {}, {}},
@@ -329,11 +339,17 @@ void MainWindow::bindDocumentActions()
         {ui->actionStart, [this](Workspace &vDocument, bool) { run(vDocument); }, notRunning, {}},
         {ui->actionStop, call(&Workspace::on_stop), busy, {}},
         {ui->actionIterations,
-         [this](Workspace &vDocument, bool) { showIterationHistory(vDocument); }, {}, {}},
-        {ui->actionOutput, callChecked(&Workspace::on_output), {},
+         [this](Workspace &vDocument, bool) { showIterationHistory(vDocument); },
+         {},
+         {}},
+        {ui->actionOutput,
+         callChecked(&Workspace::on_output),
+         {},
          checkedAs(&Workspace::outputAction)},
         {ui->actionPlot, callChecked(&Workspace::on_plot), {}, checkedAs(&Workspace::plotAction)},
-        {ui->actionAuto_Plot, callChecked(&Workspace::on_autoPlot), {},
+        {ui->actionAuto_Plot,
+         callChecked(&Workspace::on_autoPlot),
+         {},
          checkedAs(&Workspace::autoPlotAction)},
         {ui->actionPrevious, call(&Workspace::on_tb_left_clicked), withPlots, {}},
         {ui->actionNext, call(&Workspace::on_tb_right_clicked), withPlots, {}},

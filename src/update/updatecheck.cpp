@@ -173,8 +173,8 @@ void UpdateCheck::offerUpdate()
 
 void UpdateCheck::quitForUpdate()
 {
-    const QString tool = QFileInfo(QDir(QCoreApplication::applicationDirPath()), m_toolPath)
-                             .absoluteFilePath();
+    const QString tool
+        = QFileInfo(QDir(QCoreApplication::applicationDirPath()), m_toolPath).absoluteFilePath();
     if (!QFileInfo(tool).isExecutable()) {
         QMessageBox::warning(m_window, QStringLiteral("Error!"),
                              tr("The maintenance tool \"%1\" cannot be started, so the update "

@@ -246,7 +246,8 @@ private Q_SLOTS:
     void openRedirects()
     {
         const bool mplus = cell("mplus") == "1";
-        const QString opened = m_dir.filePath(cell("script")), output = m_dir.filePath(cell("output"));
+        const QString opened = m_dir.filePath(cell("script")),
+                      output = m_dir.filePath(cell("output"));
         QCOMPARE(FileTypes::scriptFor(m_dir.filePath(cell("asked"))), opened);
         QCOMPARE(FileTypes::isMplusScript(opened), mplus);
         QCOMPARE(FileTypes::outputFor(opened, mplus), output);
