@@ -48,6 +48,7 @@ fail() {
 }
 shot() {
     step=$((step + 1))
+    sleep 0.5 # a window just mapped paints its content a moment later
     import -window root "$shots/$(printf '%02d' "$step")-$1.png" 2> /dev/null || true
 }
 # waitfor <seconds> <description> <command...>: polls the command until it succeeds.
