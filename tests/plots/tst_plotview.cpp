@@ -543,13 +543,11 @@ private Q_SLOTS:
         panel.show();
         QVERIFY(QTest::qWaitForWindowExposed(&panel));
         auto *view = panel.findChild<WPlotView *>();
-        // A real X server offers OpenGL; the offscreen platform must not be given it.
-        const bool offered = QGuiApplication::platformName() == "xcb";
-        QCOMPARE(view->usesOpenGl(), offered);
-        QCOMPARE(qobject_cast<QOpenGLWidget *>(view->viewport()) != nullptr, offered);
+        // Neither the offscreen platform nor a software renderer (Xvfb's) is given OpenGL.
+        QVERIFY(!view->usesOpenGl() && !qobject_cast<QOpenGLWidget *>(view->viewport()));
         // A settings change is applied to an open view without taking it down.
         Q_EMIT CSettings::instance().did_apply();
-        QCOMPARE(qobject_cast<QOpenGLWidget *>(view->viewport()) != nullptr, offered);
+        QVERIFY(!qobject_cast<QOpenGLWidget *>(view->viewport()));
     }
 };
 
