@@ -407,7 +407,8 @@ bool Workspace::on_close()
 
 bool Workspace::maybeStopRun()
 {
-    if (!m_running)
+    // The process, not the run state: an engine started a moment ago has not reported yet.
+    if (m_runner->process()->state() == QProcess::NotRunning)
         return true;
     QMessageBox box(QMessageBox::Warning, displayName(),
                     tr("The engine is still running for %1. Stop it and close?").arg(displayName()),
