@@ -12,11 +12,11 @@ packages=(
 )
 if [ "${1:-}" = "--test" ]; then
     # clang with libFuzzer runs the short fuzz pass over the committed corpora.
-    packages+=(desktop-file-utils appstream shared-mime-info dpkg-dev clang libclang-rt-14-dev)
+    # Xvfb, a window manager and real X input run the studio as a user meets it.
+    packages+=(desktop-file-utils appstream shared-mime-info dpkg-dev clang libclang-rt-14-dev
+               xvfb openbox xdotool x11-apps imagemagick)
     # python3: the program a received script names on its "#!" line in the trust tests.
     packages+=(python3)
-    # A window manager and synthetic X input type into real studios in the recovery test.
-    packages+=(openbox xdotool)
 fi
 if [ "${1:-}" = "--reference" ]; then
     # Only to regenerate committed reference numbers by hand (demo/tests/reference).

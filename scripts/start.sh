@@ -5,10 +5,13 @@ set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 build="${TOVREL_BUILD_DIR:-$root/build}"
 
-"$root/scripts/install-deps.sh"
-cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTOVREL_BUILD_TESTS=OFF \
-      -DTOVREL_BUILD_BENCHMARKS=OFF
-cmake --build "$build" -j"$(nproc)"
+# --no-build starts what is already built (the desktop tests start the studio this way).
+if [ "${1:-}" != "--no-build" ]; then
+    "$root/scripts/install-deps.sh"
+    cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTOVREL_BUILD_TESTS=OFF \
+          -DTOVREL_BUILD_BENCHMARKS=OFF
+    cmake --build "$build" -j"$(nproc)"
+fi
 
 studio="$build/bin/tovrel-studio"
 example="$(find "$build/bin/User Guide Examples" -name '*.imp' 2>/dev/null | sort | head -n 1 || true)"

@@ -1,7 +1,8 @@
 #include "examplecatalog.h"
 
+#include "workspace/filetypes.h"
+
 #include <QCollator>
-#include <QCoreApplication>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -38,7 +39,7 @@ const QStringList &ExampleCatalog::categoryTitles()
 
 QString ExampleCatalog::defaultFolder()
 {
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/User Guide Examples");
+    return FileTypes::examplesFolder();
 }
 
 ExampleCatalog::ExampleCatalog(const QString &vFolder)
@@ -123,6 +124,6 @@ QString ExampleCatalog::copyTo(const QString &vFolderName, const QString &vRoot)
 
 QString ExampleCatalog::userCopyFolder()
 {
-    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
-        + QStringLiteral("/User Guide Examples");
+    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) + QLatin1Char('/')
+        + FileTypes::examplesFolderName();
 }

@@ -4,6 +4,7 @@
 #include "config/csettings.h"
 #include "config/executablepath.h"
 #include "config/vsettings.h"
+#include "documentactions.h"
 #include "documentsafety.h"
 #include "editor/wsyntaxeditor.h"
 #include "examplecatalog.h"
@@ -14,6 +15,7 @@
 #include "update/updatecheck.h"
 #include "ui_mainwindow.h"
 #include "workspace/filehandling.h"
+#include "workspace/filetypes.h"
 #include "workspace/workspace.h"
 
 #include <QCloseEvent>
@@ -30,6 +32,7 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QProcess>
+#include <QScreen>
 #include <QStandardPaths>
 #include <QTextBrowser>
 #include <QTextDocument>
@@ -50,6 +53,8 @@ MainWindow::MainWindow(QWidget *parent)
     ui->setupUi(this);
     m_extras = new StudioExtras(this);
     m_safety = new DocumentSafety(this);
+    m_actions = new DocumentActions(ui->mdiArea);
+    connect(m_actions, &DocumentActions::currentChanged, m_extras, &StudioExtras::follow);
     // One import window, kept once made; each script it creates is a new document.
     connect(ui->actionImport, &QAction::triggered, this, [this] {
         auto *importer = findChild<VImport *>();
@@ -79,9 +84,24 @@ MainWindow::MainWindow(QWidget *parent)
     if (settings.autoCheck())
         UpdateCheck::start(UpdateCheck::Mode::Automatic, this);
     applyNewVersionResets();
-    restoreGeometry(settings.geometry());
+    if (!restoreGeometry(settings.geometry()))
+        openLarge();
     buildExamplesMenu();
+    bindDocumentActions();
     updateButtons(nullptr);
+}
+
+void MainWindow::openLarge()
+{
+    const QScreen *shown = screen();
+    if (!shown)
+        return;
+    const QRect room = shown->availableGeometry();
+    const QSize size(room.width() * 9 / 10, room.height() * 9 / 10);
+    setGeometry(
+        QRect(room.topLeft()
+                  + QPoint((room.width() - size.width()) / 2, (room.height() - size.height()) / 2),
+              size));
 }
 
 MainWindow::~MainWindow()
@@ -129,8 +149,7 @@ void MainWindow::applyNewVersionResets()
 
 Workspace *MainWindow::activeDocument() const
 {
-    QMdiSubWindow *sub = ui->mdiArea->activeSubWindow();
-    return sub ? qobject_cast<Workspace *>(sub->widget()) : nullptr;
+    return m_actions->current();
 }
 
 QList<Workspace *> MainWindow::documents() const
@@ -146,6 +165,11 @@ QMdiSubWindow *MainWindow::addDocument(Workspace *vDocument)
 {
     vDocument->setDocumentNumber(++m_documentCount);
     QMdiSubWindow *sub = ui->mdiArea->addSubWindow(vDocument);
+    // The frame's own menu takes the platform's Close key (Ctrl+W under X11), which would make
+    // the window's Close ambiguous and dead; the window's actions serve the keyboard.
+    if (QMenu *frameMenu = sub->systemMenu())
+        for (QAction *entry : frameMenu->actions())
+            entry->setShortcuts({});
     m_extras->watch(vDocument);
     m_safety->watch(vDocument);
     // The tab follows the document's title, and "Go to tab..." with it.
@@ -156,7 +180,7 @@ QMdiSubWindow *MainWindow::addDocument(Workspace *vDocument)
     connect(
         sub, &QObject::destroyed, this,
         [this] {
-            if (!m_tearingDown && !activeDocument())
+            if (!m_tearingDown)
                 updateButtons(nullptr);
         },
         Qt::QueuedConnection);
@@ -179,8 +203,7 @@ void MainWindow::on_actionOpen_triggered()
     if (!QFileInfo(folder).isDir())
         folder = QStandardPaths::writableLocation(QStandardPaths::DesktopLocation);
     FileHandling chooser;
-    chooser.setOpenDialog(QStringLiteral("Select Syntax File to Open"),
-                          QStringLiteral("*.imp *.txt *.tovrel-out *.inp *.out"));
+    chooser.setOpenDialog(QStringLiteral("Select Syntax File to Open"), FileTypes::openPatterns());
     const QString file
         = QFileDialog::getOpenFileName(this, chooser.openCaption(), folder, chooser.filter())
               .trimmed();
@@ -195,19 +218,14 @@ void MainWindow::on_open(const QString &vImpFile)
     const QString name = vImpFile.trimmed();
     if (name.isEmpty())
         return;
-    const QFileInfo asked(name);
-    QString path = name;
     // An output file stands for the script it was made from.
-    if (asked.suffix().compare(CSettings::instance().outputExtension(), Qt::CaseInsensitive) == 0)
-        path = asked.absolutePath() + QLatin1Char('/') + asked.completeBaseName()
-            + QStringLiteral(".imp");
+    const QString path = FileTypes::scriptFor(name);
 
     const QString wanted = QFileInfo(path).absoluteFilePath();
     for (QMdiSubWindow *sub : ui->mdiArea->subWindowList()) {
         auto *document = qobject_cast<Workspace *>(sub->widget());
         if (document && samePathIgnoringCase(document->filePath(), wanted)) {
             document->setFocus();
-            ui->mdiArea->setActiveSubWindow(sub);
             updateButtons(document);
             return;
         }
@@ -243,14 +261,21 @@ void MainWindow::on_actionClose_All_triggered()
             return; // the user kept this document; leave the rest alone too
 }
 
+bool MainWindow::closeDocuments()
+{
+    for (QMdiSubWindow *sub : ui->mdiArea->subWindowList())
+        if (!sub->close())
+            return false;
+    return true;
+}
+
 void MainWindow::closeEvent(QCloseEvent *vEvent)
 {
-    m_safety->beginQuit(documents(), m_active);
-    for (QMdiSubWindow *sub : ui->mdiArea->subWindowList()) {
-        if (!sub->close()) {
-            vEvent->ignore();
-            return;
-        }
+    if (!m_quitPrepared)
+        m_safety->beginQuit(documents(), activeDocument());
+    if (!closeDocuments()) {
+        vEvent->ignore();
+        return;
     }
     m_safety->finishQuit();
     CSettings::instance().setGeometry(saveGeometry());
@@ -260,74 +285,132 @@ void MainWindow::closeEvent(QCloseEvent *vEvent)
 
 // --- Keeping the actions in step --------------------------------------------------------------
 
-QList<QAction *> MainWindow::documentActions() const
+void MainWindow::bindDocumentActions()
 {
-    // Everything in the Edit, Run, Plot and View menus works on a document, as do these.
-    QList<QAction *> actions {ui->actionSave, ui->actionSave_As, ui->actionSave_All,
-                              ui->actionClose, ui->actionClose_All};
+    using Call = DocumentActions::Call;
+    using Test = DocumentActions::Test;
+    auto call = [](void (Workspace::*vSlot)()) -> Call {
+        return [vSlot](Workspace &vDocument, bool) {
+            (vDocument.*vSlot)();
+        };
+    };
+    auto callChecked = [](void (Workspace::*vSlot)(bool)) -> Call {
+        return [vSlot](Workspace &vDocument, bool vChecked) {
+            (vDocument.*vSlot)(vChecked);
+        };
+    };
+    auto checkedAs = [](QAction *(Workspace::*vAction)() const) -> Test {
+        return [vAction](const Workspace &vDocument) {
+            return (vDocument.*vAction)()->isChecked();
+        };
+    };
+    const Test notRunning = [](const Workspace &vDocument) {
+        return vDocument.runState() != Workspace::RunState::Running;
+    };
+    const Test busy = [](const Workspace &vDocument) {
+        return vDocument.runState() != Workspace::RunState::Idle;
+    };
+    const Test withPlots = [](const Workspace &vDocument) {
+        return vDocument.plotsAvailable();
+    };
+
+    // action, what it calls on the current document, when it is enabled, what it shows checked
+    const struct
+    {
+        QAction *action;
+        Call call;
+        Test enabled;
+        Test checked;
+    } table[] = {
+        {ui->actionSave, [](Workspace &vDocument, bool) { vDocument.on_save(false); }, {}, {}},
+        {ui->actionSave_As, [](Workspace &vDocument, bool) { vDocument.on_save(true); }, {}, {}},
+        {ui->actionClose, [](Workspace &vDocument, bool) { vDocument.on_close(); }, {}, {}},
+        {ui->actionUndo, call(&Workspace::on_undo), &Workspace::canUndo, {}},
+        {ui->actionRedo, call(&Workspace::on_redo), &Workspace::canRedo, {}},
+        {ui->actionCut, call(&Workspace::on_cut), {}, {}},
+        {ui->actionCopy, call(&Workspace::on_copy), {}, {}},
+        {ui->actionPaste, call(&Workspace::on_paste), {}, {}},
+        {ui->actionSelect_All, call(&Workspace::on_selectAll), {}, {}},
+        {ui->actionSelect_Line, call(&Workspace::on_selectLine), {}, {}},
+        {ui->actionFind_and_Replace,
+         callChecked(&Workspace::on_actionFind_Replace_triggered),
+         {},
+         checkedAs(&Workspace::findAction)},
+        {ui->actionIndent, call(&Workspace::on_indent), {}, {}},
+        {ui->actionUnindent, call(&Workspace::on_unindent), {}, {}},
+        {ui->actionToggle_Comment, call(&Workspace::on_comment), {}, {}},
+        {ui->actionDuplicate, call(&Workspace::on_duplicate), {}, {}},
+        {ui->actionZoom_In, call(&Workspace::on_zoomIn), {}, {}},
+        {ui->actionZoom_Out, call(&Workspace::on_zoomOut), {}, {}},
+        {ui->actionStart, [this](Workspace &vDocument, bool) { run(vDocument); }, notRunning, {}},
+        {ui->actionStop, call(&Workspace::on_stop), busy, {}},
+        {ui->actionIterations,
+         [this](Workspace &vDocument, bool) { showIterationHistory(vDocument); },
+         {},
+         {}},
+        {ui->actionOutput,
+         callChecked(&Workspace::on_output),
+         {},
+         checkedAs(&Workspace::outputAction)},
+        {ui->actionPlot, callChecked(&Workspace::on_plot), {}, checkedAs(&Workspace::plotAction)},
+        {ui->actionAuto_Plot,
+         callChecked(&Workspace::on_autoPlot),
+         {},
+         checkedAs(&Workspace::autoPlotAction)},
+        {ui->actionPrevious, call(&Workspace::on_tb_left_clicked), withPlots, {}},
+        {ui->actionNext, call(&Workspace::on_tb_right_clicked), withPlots, {}},
+        {ui->actionGo_to, call(&Workspace::on_actionGo_to_triggered), withPlots, {}},
+        {ui->actionPlot_Popout, call(&Workspace::on_tb_popout_clicked), withPlots, {}},
+        {ui->actionPlot_Settings, call(&Workspace::on_tb_settings_plot_clicked), withPlots, {}},
+        {ui->actionSave_Current_Plot, call(&Workspace::on_tb_save_plot_clicked), withPlots, {}},
+        {ui->actionSave_All_Plots, call(&Workspace::on_tb_saveAll_plot_clicked), withPlots, {}},
+    };
+    QList<QAction *> bound;
+    for (const auto &row : table) {
+        m_actions->bind(row.action, row.call, row.enabled, row.checked);
+        bound << row.action;
+    }
+    // Everything else in the Edit, Run, Plot and View menus needs a document too, as do Save All
+    // and Close All; they act through slots of their own.
+    QList<QAction *> others {ui->actionSave_All, ui->actionClose_All};
     for (const QMenu *menu : {ui->menuEdit, ui->menuRun, ui->menuPlot, ui->menuView})
         for (QAction *action : menu->actions())
-            if (!action->isSeparator() && !action->menu())
-                actions.append(action);
-    return actions;
+            if (!action->isSeparator() && !action->menu() && !bound.contains(action))
+                others << action;
+    for (QAction *action : others)
+        m_actions->bind(action, {});
 }
 
 void MainWindow::on_subWindowActivated(QMdiSubWindow *vMdiSubWindow)
 {
+    Q_UNUSED(vMdiSubWindow)
     if (m_tearingDown)
         return;
-    updateButtons(vMdiSubWindow ? qobject_cast<Workspace *>(vMdiSubWindow->widget()) : nullptr);
+    rebuildTabMenu();
 }
 
 void MainWindow::updateButtons(Workspace *window)
 {
     if (m_tearingDown)
         return;
-    if (m_active && m_active != window)
-        disconnect(m_active, nullptr, this, nullptr);
-    m_active = window;
-    for (QAction *action : documentActions())
-        action->setEnabled(window != nullptr);
+    // A document named here is the current one, whatever the area's activation says.
+    if (window)
+        m_actions->makeCurrent(window);
+    else
+        m_actions->follow();
     rebuildTabMenu();
-    if (!window) {
-        ui->actionFind_and_Replace->setChecked(false);
-        return;
-    }
-    connect(window, &Workspace::actionsChanged, this, &MainWindow::syncDocumentActions,
-            Qt::UniqueConnection);
-    connect(window, &Workspace::disable_plot, this, &MainWindow::disablePlotButtons,
-            Qt::UniqueConnection);
-    connect(window, &Workspace::output_receieved, this, &MainWindow::checkOutput,
-            Qt::UniqueConnection);
-    syncDocumentActions();
 }
 
-void MainWindow::syncDocumentActions()
-{
-    if (m_tearingDown)
-        return;
-    Workspace *document = m_active;
-    if (!document)
-        return;
-    ui->actionOutput->setChecked(document->outputAction()->isChecked());
-    ui->actionPlot->setChecked(document->plotAction()->isChecked());
-    ui->actionAuto_Plot->setChecked(document->autoPlotAction()->isChecked());
-    ui->actionStart->setEnabled(document->runAction()->isEnabled());
-    ui->actionStop->setEnabled(document->stopAction()->isEnabled());
-}
-
+// The document's state change already reaches the actions; these two remain as the window's
+// answers to the document's own signals.
 void MainWindow::disablePlotButtons()
 {
-    if (m_tearingDown)
-        return;
-    ui->actionPlot->setChecked(false);
+    updateButtons(activeDocument());
 }
 
 void MainWindow::checkOutput()
 {
-    if (m_tearingDown)
-        return;
-    ui->actionOutput->setChecked(true);
+    updateButtons(activeDocument());
 }
 
 void MainWindow::rebuildTabMenu()
@@ -336,7 +419,7 @@ void MainWindow::rebuildTabMenu()
         return;
     QMenu *menu = ui->menuGo_to_tab;
     menu->clear();
-    QMdiSubWindow *active = ui->mdiArea->activeSubWindow();
+    QMdiSubWindow *active = ui->mdiArea->currentSubWindow();
     for (QMdiSubWindow *sub : ui->mdiArea->subWindowList()) {
         const auto *document = qobject_cast<Workspace *>(sub->widget());
         const bool modified = document ? document->isModified() : sub->isWindowModified();
@@ -355,11 +438,8 @@ void MainWindow::rebuildTabMenu()
 
 // --- Run -----------------------------------------------------------------------------------------
 
-void MainWindow::on_actionStart_triggered()
+void MainWindow::run(Workspace &vDocument)
 {
-    Workspace *document = activeDocument();
-    if (!document)
-        return;
     if (!CSettings::instance().engineExists()) {
         const auto answer = QMessageBox::warning(
             this, QStringLiteral("Error!"),
@@ -370,14 +450,9 @@ void MainWindow::on_actionStart_triggered()
             on_settings();
         return;
     }
-    document->on_run();
-    if (document->isModified()) {
-        syncDocumentActions(); // the save prompt was cancelled: nothing runs
-        return;
-    }
-    ui->actionOutput->setChecked(true);
-    ui->actionStop->setEnabled(true);
-    ui->actionStart->setEnabled(false);
+    // Run and Stop follow the document's own state from here: a refused or cancelled run
+    // leaves Run enabled.
+    vDocument.on_run();
 }
 
 void MainWindow::on_actionCheckUpdate_triggered()
@@ -385,12 +460,9 @@ void MainWindow::on_actionCheckUpdate_triggered()
     UpdateCheck::start(UpdateCheck::Mode::Manual, this);
 }
 
-void MainWindow::on_actionIterations_triggered()
+void MainWindow::showIterationHistory(const Workspace &vDocument)
 {
-    Workspace *document = activeDocument();
-    if (!document)
-        return;
-    QString history = document->iterationHistory();
+    QString history = vDocument.iterationHistory();
     if (history.isEmpty())
         history = QStringLiteral("No Iteration History");
     showText(QStringLiteral("Iteration History"), history, false);
@@ -526,9 +598,31 @@ void MainWindow::openExample()
 
 void MainWindow::installExamples()
 {
-    QProcess::startDetached(ExecutablePath::besideApplication(QStringLiteral("tovrel-updater")),
-                            {QStringLiteral("--manage-packages")});
-    QCoreApplication::exit();
+    quitForMaintenanceTool({QStringLiteral("--manage-packages")});
+}
+
+void MainWindow::quitForMaintenanceTool(const QStringList &vArguments)
+{
+    const QString tool = ExecutablePath::besideApplication(QStringLiteral("tovrel-updater"));
+    auto cannotStart = [this, &tool] {
+        QMessageBox::warning(this, QStringLiteral("Error!"),
+                             tr("The maintenance tool \"%1\" cannot be started, so Tovrel Studio "
+                                "stays open.")
+                                 .arg(QDir::toNativeSeparators(tool)));
+    };
+    if (!QFileInfo(tool).isExecutable())
+        return cannotStart();
+    // Every document is asked first, as on Quit; one refusal keeps the studio as it is.
+    m_safety->beginQuit(documents(), activeDocument());
+    if (!closeDocuments())
+        return;
+    if (!QProcess::startDetached(tool, vArguments))
+        return cannotStart();
+    // The session was taken while the documents closed; the window's own close keeps it.
+    m_quitPrepared = true;
+    if (close())
+        QCoreApplication::quit();
+    m_quitPrepared = false;
 }
 
 void MainWindow::on_help()
@@ -582,64 +676,4 @@ void MainWindow::on_actionNew_triggered()
 void MainWindow::on_actionQuit_triggered()
 {
     close();
-}
-
-// --- Forwarded to the active document ---------------------------------------------------------
-
-#define TOVREL_FORWARD(slot, call) \
-    void MainWindow::slot() \
-    { \
-        if (Workspace *document = activeDocument()) \
-            document->call; \
-    }
-
-TOVREL_FORWARD(on_actionUndo_triggered, on_undo())
-TOVREL_FORWARD(on_actionRedo_triggered, on_redo())
-TOVREL_FORWARD(on_actionCut_triggered, on_cut())
-TOVREL_FORWARD(on_actionCopy_triggered, on_copy())
-TOVREL_FORWARD(on_actionPaste_triggered, on_paste())
-TOVREL_FORWARD(on_actionSelect_All_triggered, on_selectAll())
-TOVREL_FORWARD(on_actionSelect_Line_triggered, on_selectLine())
-TOVREL_FORWARD(on_actionStop_triggered, on_stop())
-TOVREL_FORWARD(on_actionPrevious_triggered, on_tb_left_clicked())
-TOVREL_FORWARD(on_actionNext_triggered, on_tb_right_clicked())
-TOVREL_FORWARD(on_actionGo_to_triggered, on_actionGo_to_triggered())
-TOVREL_FORWARD(on_actionPlot_Popout_triggered, on_tb_popout_clicked())
-TOVREL_FORWARD(on_actionPlot_Settings_triggered, on_tb_settings_plot_clicked())
-TOVREL_FORWARD(on_actionZoom_In_triggered, on_zoomIn())
-TOVREL_FORWARD(on_actionZoom_Out_triggered, on_zoomOut())
-TOVREL_FORWARD(on_actionSave_triggered, on_save(false))
-TOVREL_FORWARD(on_actionSave_As_triggered, on_save(true))
-TOVREL_FORWARD(on_actionClose_triggered, on_close())
-TOVREL_FORWARD(on_actionIndent_triggered, on_indent())
-TOVREL_FORWARD(on_actionUnindent_triggered, on_unindent())
-TOVREL_FORWARD(on_actionToggle_Comment_triggered, on_comment())
-TOVREL_FORWARD(on_actionDuplicate_triggered, on_duplicate())
-TOVREL_FORWARD(on_actionSave_Current_Plot_triggered, on_tb_save_plot_clicked())
-TOVREL_FORWARD(on_actionSave_All_Plots_triggered, on_tb_saveAll_plot_clicked())
-
-#undef TOVREL_FORWARD
-
-void MainWindow::on_actionFind_and_Replace_triggered(bool checked)
-{
-    if (Workspace *document = activeDocument())
-        document->on_actionFind_Replace_triggered(checked);
-}
-
-void MainWindow::on_actionAuto_Plot_triggered(bool checked)
-{
-    if (Workspace *document = activeDocument())
-        document->on_autoPlot(checked);
-}
-
-void MainWindow::on_actionOutput_triggered(bool checked)
-{
-    if (Workspace *document = activeDocument())
-        document->on_output(checked);
-}
-
-void MainWindow::on_actionPlot_triggered(bool checked)
-{
-    if (Workspace *document = activeDocument())
-        document->on_plot(checked);
 }

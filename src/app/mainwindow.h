@@ -5,6 +5,7 @@
 #include <QPointer>
 
 class DocumentSafety;
+class DocumentActions;
 class QCloseEvent;
 class QMdiSubWindow;
 class StudioExtras;
@@ -16,7 +17,7 @@ class MainWindow;
 }
 
 // The studio's only top-level window: one tab per open document, the menus, tool bar and every
-// action, which it forwards to the active document and keeps in step with it. Every file the
+// action, bound to the current document through one table (DocumentActions). Every file the
 // studio is asked to open, from the command line, the operating system, a second instance or a
 // dialog, arrives through on_open, which never opens one file twice.
 class MainWindow : public QMainWindow
@@ -30,6 +31,7 @@ public:
     // should then end. False when this process is the first one.
     bool handOverToRunningInstance(const QString &vFileName);
 
+    // The current document: the one the actions work on.
     Workspace *activeDocument() const;
     QList<Workspace *> documents() const;
     VSettings *preferences() const;
@@ -68,37 +70,7 @@ public Q_SLOTS:
     void on_actionSave_All_triggered();
     void on_actionClose_All_triggered();
     void on_actionChangelog_triggered();
-    void on_actionUndo_triggered();
-    void on_actionRedo_triggered();
-    void on_actionCut_triggered();
-    void on_actionCopy_triggered();
-    void on_actionPaste_triggered();
-    void on_actionSelect_All_triggered();
-    void on_actionSelect_Line_triggered();
-    void on_actionFind_and_Replace_triggered(bool checked);
-    void on_actionStart_triggered();
-    void on_actionStop_triggered();
-    void on_actionAuto_Plot_triggered(bool checked);
-    void on_actionPrevious_triggered();
-    void on_actionNext_triggered();
-    void on_actionGo_to_triggered();
-    void on_actionPlot_Popout_triggered();
-    void on_actionPlot_Settings_triggered();
-    void on_actionZoom_In_triggered();
-    void on_actionZoom_Out_triggered();
-    void on_actionOutput_triggered(bool checked);
-    void on_actionPlot_triggered(bool checked);
-    void on_actionSave_triggered();
-    void on_actionSave_As_triggered();
-    void on_actionClose_triggered();
-    void on_actionIndent_triggered();
-    void on_actionUnindent_triggered();
-    void on_actionToggle_Comment_triggered();
-    void on_actionDuplicate_triggered();
-    void on_actionSave_Current_Plot_triggered();
-    void on_actionSave_All_Plots_triggered();
     void on_actionBase_Changelog_triggered();
-    void on_actionIterations_triggered();
     void on_actionCheckUpdate_triggered();
 
 protected:
@@ -106,22 +78,31 @@ protected:
 
 private:
     QMdiSubWindow *addDocument(Workspace *vDocument);
+    // The table of what each document action calls and which document state it shows.
+    void bindDocumentActions();
+    void run(Workspace &vDocument);
+    void showIterationHistory(const Workspace &vDocument);
+    // Closes every document in turn, as quitting does; false when one of them stays open.
+    bool closeDocuments();
+    // Starts the maintenance tool with vArguments once every document has closed, then quits;
+    // stays open, saying why, when the tool cannot be started.
+    void quitForMaintenanceTool(const QStringList &vArguments);
     void applyNewVersionResets();
     void openExample();
     void installExamples();
     void rebuildTabMenu();
-    // Copies the active document's run, stop, output and plot states into the window's actions.
-    void syncDocumentActions();
     void showText(const QString &vTitle, const QString &vText, bool vMarkdown);
-    QList<QAction *> documentActions() const;
+    // A first start opens large: most of the screen.
+    void openLarge();
 
     Ui::MainWindow *ui;
     StudioExtras *m_extras = nullptr;
     DocumentSafety *m_safety = nullptr;
     QPointer<VSettings> m_preferences;
-    QPointer<Workspace> m_active;
+    DocumentActions *m_actions = nullptr;
     int m_documentCount = 0;
     bool m_tearingDown = false;
+    bool m_quitPrepared = false;
 };
 
 #endif // MAINWINDOW_H

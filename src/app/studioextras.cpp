@@ -11,8 +11,6 @@
 #include <QFileInfo>
 #include <QInputDialog>
 #include <QLabel>
-#include <QMdiArea>
-#include <QMdiSubWindow>
 #include <QMenu>
 #include <QMessageBox>
 #include <QStatusBar>
@@ -65,8 +63,6 @@ StudioExtras::StudioExtras(MainWindow *vWindow)
     m_position = new QLabel(vWindow);
     m_position->setObjectName(QStringLiteral("lblCursorPosition"));
     vWindow->statusBar()->addPermanentWidget(m_position);
-    if (auto *area = vWindow->findChild<QMdiArea *>())
-        connect(area, &QMdiArea::subWindowActivated, this, &StudioExtras::follow);
 }
 
 void StudioExtras::watch(Workspace *vDocument)
@@ -142,11 +138,11 @@ void StudioExtras::goToLine()
     editor->setFocus();
 }
 
-void StudioExtras::follow(QMdiSubWindow *vSubWindow)
+void StudioExtras::follow(Workspace *vDocument)
 {
     if (m_editor)
         m_editor->disconnect(this);
-    const auto *document = vSubWindow ? qobject_cast<Workspace *>(vSubWindow->widget()) : nullptr;
+    const Workspace *document = vDocument;
     m_editor = document ? document->editor() : nullptr;
     if (m_editor)
         connect(m_editor, &QTextEdit::cursorPositionChanged, this, &StudioExtras::showPosition);

@@ -7,7 +7,6 @@
 class MainWindow;
 class QAction;
 class QLabel;
-class QMdiSubWindow;
 class QMenu;
 class QTextEdit;
 class Workspace;
@@ -29,6 +28,8 @@ public:
     void clearRecent();
     // Asks for a line of the active document's script and puts the cursor there.
     void goToLine();
+    // Shows the line and column of vDocument's cursor (none: nothing) in the status bar.
+    void follow(Workspace *vDocument);
 
     QMenu *recentMenu() const { return m_recentMenu; }
     QAction *goToLineAction() const { return m_goToLine; }
@@ -37,7 +38,6 @@ public:
 
 private:
     void rebuildRecentMenu();
-    void follow(QMdiSubWindow *vSubWindow);
     void showPosition();
 
     MainWindow *m_window;

@@ -4,7 +4,9 @@
 
 #include <QGraphicsScene>
 #include <QGuiApplication>
+#include <QOffscreenSurface>
 #include <QOpenGLContext>
+#include <QOpenGLFunctions>
 #include <QOpenGLWidget>
 #include <QResizeEvent>
 #include <QSurfaceFormat>
@@ -46,7 +48,23 @@ bool WPlotView::openGlAvailable()
             return false;
         QOpenGLContext context;
         context.setFormat(multisampled());
-        return context.create();
+        QOffscreenSurface surface;
+        surface.setFormat(context.format());
+        surface.create();
+        if (!context.create() || !context.makeCurrent(&surface))
+            return false;
+        // With one OpenGL widget in it the whole window is composed through OpenGL: a software
+        // renderer (a virtual machine, a remote or virtual X display) then paints everything,
+        // the streaming output included, several times slower than plain painting.
+        const QString renderer = QString::fromLatin1(reinterpret_cast<const char *>(
+            context.functions()->glGetString(GL_RENDERER)));
+        context.doneCurrent();
+        static const QStringList software {QStringLiteral("llvmpipe"), QStringLiteral("softpipe"),
+                                           QStringLiteral("swrast"), QStringLiteral("Software")};
+        for (const QString &name : software)
+            if (renderer.contains(name, Qt::CaseInsensitive))
+                return false;
+        return !renderer.isEmpty();
     }();
     return available;
 }

@@ -166,8 +166,26 @@ void UpdateCheck::offerUpdate()
     }
     if (dialog.result() == QDialog::Accepted) {
         qDebug() << "Yes was clicked";
-        m_updater->runUpdaterOnExit();
-        QCoreApplication::exit(0);
+        quitForUpdate();
     } else
         qDebug() << "No was clicked";
+}
+
+void UpdateCheck::quitForUpdate()
+{
+    const QString tool
+        = QFileInfo(QDir(QCoreApplication::applicationDirPath()), m_toolPath).absoluteFilePath();
+    if (!QFileInfo(tool).isExecutable()) {
+        QMessageBox::warning(m_window, QStringLiteral("Error!"),
+                             tr("The maintenance tool \"%1\" cannot be started, so the update "
+                                "cannot be installed and Tovrel Studio stays open.")
+                                 .arg(QDir::toNativeSeparators(tool)));
+        return;
+    }
+    // Quitting as the user's own Quit does: every document is asked, and one refusal keeps the
+    // studio open (and the update for another time).
+    if (m_window && !m_window->close())
+        return;
+    m_updater->runUpdaterOnExit();
+    QCoreApplication::quit();
 }

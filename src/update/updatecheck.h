@@ -49,6 +49,7 @@ private:
     void showUpToDate();
     static void showMissingTool(QWidget *vWindow, const QString &vToolPath);
     void offerUpdate();
+    void quitForUpdate();
 
     Mode m_mode;
     QPointer<QWidget> m_window;

@@ -2,8 +2,8 @@
 
 #include "cerror.h"
 #include "config/csettings.h"
+#include "filetypes.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileDialog>
@@ -15,11 +15,6 @@
 namespace {
 // Lines 2 to 21 of a data file are the sample for separator detection; line 1 may be a header.
 constexpr int kSeparatorSampleLines = 20;
-
-QString examplesFolder()
-{
-    return QCoreApplication::applicationDirPath() + QStringLiteral("/User Guide Examples");
-}
 } // namespace
 
 FileHandling::FileHandling(QObject *parent)
@@ -206,7 +201,7 @@ bool FileHandling::isExample() const
     QDir chapter = fileInfo().absoluteDir();
     if (!chapter.cdUp())
         return false;
-    return chapter == QDir(examplesFolder());
+    return chapter == QDir(FileTypes::examplesFolder());
 }
 
 QString FileHandling::headerLine(bool &vFound) const

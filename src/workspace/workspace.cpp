@@ -8,6 +8,7 @@
 #include "editor/wtextfinder.h"
 #include "engineconsent.h"
 #include "filehandling.h"
+#include "filetypes.h"
 #include "outputhighlighter.h"
 #include "plotrequests.h"
 #include "plots/graphingengine.h"
@@ -27,9 +28,11 @@
 #include <QMdiSubWindow>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QResizeEvent>
 #include <QSaveFile>
 #include <QTemporaryDir>
 #include <QTextCursor>
+#include <QTextDocument>
 #include <QTimer>
 #include <QUrl>
 
@@ -140,9 +143,13 @@ Workspace::Workspace(QWidget *parent)
     connect(ui->actionDuplicate, &QAction::triggered, this, &Workspace::on_duplicate);
     connect(ui->actionZoomIn, &QAction::triggered, this, &Workspace::on_zoomIn);
     connect(ui->actionZoomOut, &QAction::triggered, this, &Workspace::on_zoomOut);
-    for (QAction *state :
-         {ui->actionRun, ui->actionStop, ui->actionOutput, ui->actionPlot, ui->actionAuto_plot})
-        connect(state, &QAction::changed, this, &Workspace::actionsChanged);
+    for (QAction *state : {ui->actionRun, ui->actionStop, ui->actionOutput, ui->actionPlot,
+                           ui->actionAuto_plot, ui->actionFind_Replace, ui->actionNext})
+        connect(state, &QAction::changed, this, &Workspace::stateChanged);
+    QTextDocument *text = ui->te_SyntaxEditor->document();
+    connect(text, &QTextDocument::modificationChanged, this, &Workspace::stateChanged);
+    connect(text, &QTextDocument::undoAvailable, this, &Workspace::stateChanged);
+    connect(text, &QTextDocument::redoAvailable, this, &Workspace::stateChanged);
 
     connect(m_graphPanel, &WGraphPanel::do_plotSettings, this,
             &Workspace::on_tb_settings_plot_clicked);
@@ -177,14 +184,7 @@ QString Workspace::filePath() const
 
 QString Workspace::outputPath() const
 {
-    if (!m_file->hasFileName())
-        return {};
-    const QFileInfo script(m_file->fileName());
-    const QString extension = ui->te_SyntaxEditor->syntaxMode() == SyntaxMode::Mplus
-        ? QStringLiteral("out")
-        : CSettings::instance().outputExtension();
-    return script.absolutePath() + QLatin1Char('/') + script.completeBaseName() + QLatin1Char('.')
-        + extension;
+    return FileTypes::outputFor(filePath(), ui->te_SyntaxEditor->syntaxMode() == SyntaxMode::Mplus);
 }
 
 bool Workspace::isModified() const
@@ -200,6 +200,23 @@ bool Workspace::isRunning() const
 bool Workspace::isPlotting() const
 {
     return m_graphing && m_graphing->isBusy();
+}
+
+Workspace::RunState Workspace::runState() const
+{
+    if (m_running)
+        return RunState::Running;
+    return isPlotting() ? RunState::Plotting : RunState::Idle;
+}
+
+bool Workspace::canUndo() const
+{
+    return ui->te_SyntaxEditor->document()->isUndoAvailable();
+}
+
+bool Workspace::canRedo() const
+{
+    return ui->te_SyntaxEditor->document()->isRedoAvailable();
 }
 
 WSyntaxEditor *Workspace::editor() const
@@ -237,6 +254,11 @@ QAction *Workspace::autoPlotAction() const
     return ui->actionAuto_plot;
 }
 
+QAction *Workspace::findAction() const
+{
+    return ui->actionFind_Replace;
+}
+
 // --- Files -------------------------------------------------------------------------------
 
 void Workspace::on_new()
@@ -264,13 +286,7 @@ void Workspace::on_import(const QString &vDataFileName, const QString &vDataHead
 
 bool Workspace::on_open(const QString &vImpFile)
 {
-    const QFileInfo asked(vImpFile.trimmed());
-    const QString base = asked.absolutePath() + QLatin1Char('/') + asked.completeBaseName();
-    QString path = asked.filePath();
-    if (asked.suffix().compare(CSettings::instance().outputExtension(), Qt::CaseInsensitive) == 0)
-        path = base + QStringLiteral(".imp");
-    else if (asked.suffix().compare(QStringLiteral("out"), Qt::CaseInsensitive) == 0)
-        path = base + QStringLiteral(".inp");
+    const QString path = FileTypes::scriptFor(vImpFile.trimmed());
 
     bool readable = false;
     const QString text = readText(path, &readable);
@@ -280,9 +296,7 @@ bool Workspace::on_open(const QString &vImpFile)
             tr("Cannot open the file \"%1\".").arg(QDir::toNativeSeparators(path)));
         return false;
     }
-    const bool mplus
-        = QFileInfo(path).suffix().compare(QStringLiteral("inp"), Qt::CaseInsensitive) == 0;
-    loadScript(text, mplus);
+    loadScript(text, FileTypes::isMplusScript(path));
     m_examplePromptPending = true;
     bool hasOutput = false;
     const QString output = readText(outputPath(), &hasOutput);
@@ -379,7 +393,7 @@ bool Workspace::saveOutputAs()
 
 bool Workspace::on_close()
 {
-    if (!m_closeConfirmed && !maybeSave(true))
+    if (!m_closeConfirmed && (!maybeStopRun() || !maybeSave(true)))
         return false;
     m_closeConfirmed = true;
     shutDown();
@@ -392,9 +406,23 @@ bool Workspace::on_close()
     return true;
 }
 
+bool Workspace::maybeStopRun()
+{
+    // The process, not the run state: an engine started a moment ago has not reported yet.
+    if (m_runner->process()->state() == QProcess::NotRunning)
+        return true;
+    QMessageBox box(QMessageBox::Warning, displayName(),
+                    tr("The engine is still running for %1. Stop it and close?").arg(displayName()),
+                    QMessageBox::Cancel, this);
+    QPushButton *stop = box.addButton(tr("Stop and Close"), QMessageBox::AcceptRole);
+    box.setDefaultButton(QMessageBox::Cancel);
+    box.exec();
+    return box.clickedButton() == stop;
+}
+
 void Workspace::closeEvent(QCloseEvent *vEvent)
 {
-    if (!m_closeConfirmed && !maybeSave(true)) {
+    if (!m_closeConfirmed && (!maybeStopRun() || !maybeSave(true))) {
         vEvent->ignore();
         return;
     }
@@ -572,8 +600,7 @@ void Workspace::on_actionOpen_triggered()
     // A chooser of its own: a cancelled dialog must not cost this document its file name.
     FileHandling chooser;
     chooser.clear();
-    chooser.setOpenDialog(tr("Select Syntax File to Open"),
-                          QStringLiteral("*.imp *.txt *.tovrel-out *.inp *.out"));
+    chooser.setOpenDialog(tr("Select Syntax File to Open"), FileTypes::openPatterns());
     bool chosen = false;
     const QString path = chooser.openWithDialog(chosen);
     if (chosen && maybeSave(true))
@@ -616,6 +643,15 @@ void Workspace::update_orientation()
     ui->dockGraph->setVisible(graphShown);
 }
 
+void Workspace::resizeEvent(QResizeEvent *vEvent)
+{
+    QMainWindow::resizeEvent(vEvent);
+    // Beside the script, the output (100 columns of it) and the plots keep at least half the
+    // width, however large the window grows.
+    if (!m_verticalLayout && !ui->dockOut->isHidden() && ui->dockOut->width() < width() / 2)
+        resizeDocks({ui->dockOut}, {width() / 2}, Qt::Horizontal);
+}
+
 bool Workspace::eventFilter(QObject *vWatched, QEvent *vEvent)
 {
     // Closing a dock by its own button unchecks the action that shows it.
@@ -636,12 +672,12 @@ void Workspace::on_run()
         return;
     // A "#!" line may name any program: one that is not a configured engine starts only with the
     // user's consent, asked before anything of the last run is cleared. Refused, the document
-    // stays idle; the main window re-reads its state once this call has returned.
+    // stays idle.
     const QString engine = PlotRequests::scriptEngine(ui->te_SyntaxEditor->toPlainText(),
                                                       CSettings::instance().commandLineToolName());
     if (ui->te_SyntaxEditor->syntaxMode() != SyntaxMode::Mplus
         && !EngineConsent::granted(this, m_file->fileName(), engine)) {
-        QMetaObject::invokeMethod(this, &Workspace::actionsChanged, Qt::QueuedConnection);
+        Q_EMIT stateChanged();
         return;
     }
     ui->te_Out->setText(QStringLiteral("\n"));
@@ -861,7 +897,9 @@ void Workspace::makePlots()
     if (!accepted || m_graphing->scripts().isEmpty() || !m_graphing->isBusy()) {
         delete m_graphing;
         endPlotting();
+        return;
     }
+    Q_EMIT stateChanged();
 }
 
 void Workspace::endPlotting()
@@ -872,6 +910,7 @@ void Workspace::endPlotting()
     delete m_plotSpinner;
     m_graphPanel->setBusy(false);
     m_graphPanel->stopArriving();
+    Q_EMIT stateChanged();
 }
 
 void Workspace::plotsArrived(int vReady, int vTotal)

@@ -15,6 +15,7 @@ class PlotSettings;
 class ProcessHandling;
 class QAction;
 class QCloseEvent;
+class QResizeEvent;
 class QTemporaryDir;
 class WaitingSpinnerWidget;
 class WGraphPanel;
@@ -34,6 +35,10 @@ class Workspace : public QMainWindow
 {
     Q_OBJECT
 public:
+    // What the document is doing: a run wins over plotting, which may still be under way from
+    // the previous run.
+    enum class RunState { Idle, Running, Plotting };
+
     explicit Workspace(QWidget *parent = nullptr);
     ~Workspace() override;
 
@@ -51,6 +56,9 @@ public:
     QString displayName() const;
     bool isRunning() const;
     bool isPlotting() const;
+    RunState runState() const;
+    bool canUndo() const;
+    bool canRedo() const;
     bool plotsAvailable() const { return m_plotsAvailable; }
 
     WSyntaxEditor *editor() const;
@@ -58,13 +66,15 @@ public:
     WGraphPanel *graphPanel() const { return m_graphPanel; }
     PlotSettings *plotSettings() const { return m_plotSettings; }
 
-    // The states the main window mirrors: Run and Stop enabled, output and plot panes shown,
-    // auto plot checked. actionsChanged() follows any change of them.
+    // The document's own actions behind the states the main window mirrors: Run and Stop
+    // enabled, output and plot panes shown, auto plot and the find bar checked. stateChanged()
+    // follows any change of them, of the run state, of the modified state and of undo and redo.
     QAction *runAction() const;
     QAction *stopAction() const;
     QAction *outputAction() const;
     QAction *plotAction() const;
     QAction *autoPlotAction() const;
+    QAction *findAction() const;
 
 Q_SIGNALS:
     void did_open();
@@ -74,7 +84,7 @@ Q_SIGNALS:
     void disable_plot();
     void process_finished();
     void output_receieved();
-    void actionsChanged();
+    void stateChanged();
     // The document agreed to close: its changes were saved or knowingly discarded.
     void did_close();
 
@@ -139,9 +149,12 @@ public Q_SLOTS:
 protected:
     void closeEvent(QCloseEvent *vEvent) override;
     bool eventFilter(QObject *vWatched, QEvent *vEvent) override;
+    void resizeEvent(QResizeEvent *vEvent) override;
 
 private:
     bool maybeSave(bool vAllowDiscard);
+    // Asks before a close stops a running engine; true when nothing runs or the user agrees.
+    bool maybeStopRun();
     bool saveOutputAs();
     void saveOutput(const QByteArray &vText);
     void evaluatePlotRequests();

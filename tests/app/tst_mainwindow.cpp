@@ -28,6 +28,7 @@
 #include <QDir>
 #include <QMenu>
 #include <QProcess>
+#include <QScreen>
 #include <QSettings>
 #include <QShortcut>
 #include <QTemporaryDir>
@@ -169,10 +170,14 @@ private Q_SLOTS:
         QVERIFY(!action(window(), "actionStart")->isEnabled());
     }
 
-    // Save All saves every document; a refused close of the second of three keeps the studio
-    // open with the first closed; the geometry is stored once the studio does close.
+    // A first start opens on most of the screen. Save All saves every document; a refused close
+    // of the second of three keeps the studio open with the first closed; the geometry is stored
+    // once the studio does close, and the next start takes it.
     void saveAllAndClosing()
     {
+        const QSize room = window().screen()->availableGeometry().size();
+        QVERIFY(window().width() >= room.width() * 8 / 10);
+        QVERIFY(window().height() >= room.height() * 8 / 10);
         for (const char *name : {"one.imp", "two.imp", "three.imp"})
             window().on_open(script(name));
         for (Workspace *document : window().documents())
@@ -218,11 +223,44 @@ private Q_SLOTS:
         for (auto it = owners.cbegin(); it != owners.cend(); ++it) {
             QStringList names = it.value();
             names.removeDuplicates();
-            if (it.key() == "Ctrl+Shift+S")
-                QCOMPARE(names, QStringList({"actionSave_All", "actionSave_As"}));
-            else
-                QVERIFY2(names.size() == 1, qPrintable(it.key() + ": " + names.join(", ")));
+            QVERIFY2(names.size() == 1, qPrintable(it.key() + ": " + names.join(", ")));
         }
+        QCOMPARE(owners.value("Ctrl+Shift+S").value(0), "actionSave_As");
+        QCOMPARE(owners.value("Ctrl+Alt+S").value(0), "actionSave_All");
+    }
+
+    // Run and Stop follow the document: a refused run leaves Run enabled, a running engine
+    // enables Stop, and closing the document while it runs asks first.
+    void runAndCloseFollowTheDocument()
+    {
+        const QString engine = script("slow.sh", "#!/bin/sh\nexec sleep 30\n");
+        QFile::setPermissions(engine, QFile::permissions(engine) | QFile::ExeOwner);
+        CSettings::instance().setCommandLineToolName(engine);
+        QAction *run = action(window(), "actionStart"), *stop = action(window(), "actionStop");
+        window().on_open(script("refused.imp", "#!" + m_dir.filePath("gone").toUtf8() + "\n"));
+        run->trigger();
+        QVERIFY(window().activeDocument()->outputPane()->text().contains("does not exist"));
+        QVERIFY(run->isEnabled() && !stop->isEnabled());
+
+        window().on_open(script("good.imp"));
+        Workspace *document = window().activeDocument();
+        run->trigger();
+        QTRY_VERIFY(document->isRunning());
+        QVERIFY(!run->isEnabled() && stop->isEnabled());
+        const QString question("The engine is still running for good.imp. Stop it and close?");
+        for (const QString answer : {"Cancel", "Stop and Close"}) {
+            QString seen;
+            ModalAnswerer answerer([&](QWidget *vModal) {
+                seen = static_cast<QMessageBox *>(vModal)->text();
+                clickButton(answer)(vModal);
+            });
+            action(window(), "actionClose")->trigger();
+            flushDeletes();
+            QCOMPARE(seen, question);
+            QCOMPARE(documentNames(window()).size(), answer == "Cancel" ? 2 : 1);
+        }
+        QCOMPARE(window().activeDocument()->filePath(), m_dir.filePath("refused.imp"));
+        QVERIFY(run->isEnabled() && !stop->isEnabled());
     }
 
     void actionsReachTheActiveDocument_data()
@@ -286,6 +324,20 @@ private Q_SLOTS:
         window().buildExamplesMenu(cell("folders") == "-" ? examples.filePath("missing")
                                                           : examples.path());
         QTEST(describe(menu(window(), "menuExamples")), "expected");
+    }
+
+    // Without a maintenance tool to start, installing examples says so and quits nothing.
+    void installExamplesWithoutToolStaysOpen()
+    {
+        window().buildExamplesMenu(m_dir.filePath("missing"));
+        window().on_new();
+        window().activeDocument()->editor()->insertPlainText("unsaved");
+        SeenBox seen;
+        ModalAnswerer answerer(clickBox(QMessageBox::Ok, &seen));
+        menu(window(), "menuExamples")->actions().last()->trigger();
+        QVERIFY2(seen.text.contains("cannot be started"), qPrintable(seen.text));
+        QCOMPARE(seen.count, 1);
+        QVERIFY(window().isVisible() && window().activeDocument()->isModified());
     }
 
     void choosingAnExampleOpensItsScript()
@@ -499,6 +551,9 @@ private Q_SLOTS:
     void goToLineAndStatusBar()
     {
         m_window->on_open(script("a.imp", "one\ntwo\nthree\nfour\n"));
+        // On X the focus moves into the new document through the server, briefly leaving no
+        // window active.
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
         WSyntaxEditor *editor = m_window->activeDocument()->editor();
         int maximum = 0;
         ModalAnswerer answerer([&maximum](QWidget *vModal) {

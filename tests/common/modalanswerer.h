@@ -71,6 +71,16 @@ inline std::function<void(QWidget *)> clickBox(QMessageBox::StandardButton vButt
     };
 }
 
+// Clicks the button showing vText (mnemonics aside), as a user picks a button by its label.
+inline std::function<void(QWidget *)> clickButton(const QString &vText)
+{
+    return [vText](QWidget *vModal) {
+        for (QAbstractButton *button : vModal->findChildren<QAbstractButton *>())
+            if (button->text().remove(QLatin1Char('&')) == vText)
+                return button->click();
+    };
+}
+
 // A standard button by its name in a table: "Save", "Cancel", ...
 inline QMessageBox::StandardButton buttonNamed(const QString &vName)
 {

@@ -577,6 +577,7 @@ private Q_SLOTS:
         panel.show();
         QVERIFY(QTest::qWaitForWindowExposed(&panel));
         auto *view = panel.findChild<WPlotView *>();
+        // Neither the offscreen platform nor a software renderer (Xvfb's) is given OpenGL.
         QVERIFY(!view->usesOpenGl() && !qobject_cast<QOpenGLWidget *>(view->viewport()));
         // A settings change is applied to an open view without taking it down.
         Q_EMIT CSettings::instance().did_apply();

@@ -9,6 +9,7 @@
 #include "update/updatecheck.h"
 #include "update/updater.h"
 
+#include <QCloseEvent>
 #include <QDesktopServices>
 #include <QMainWindow>
 #include <QSignalSpy>
@@ -176,15 +177,27 @@ private Q_SLOTS:
         QCOMPARE(CSettings::instance().previousVersion().join(',') + ' ' + effects.join(""), after);
     }
 
+    // An accepted update quits as Quit does: a window that keeps a document open keeps the
+    // studio, and the tool is not run.
+    void acceptedUpdateWaitsForTheDocuments()
+    {
+        struct KeptOpen : QMainWindow
+        {
+            void closeEvent(QCloseEvent *vEvent) override { vEvent->ignore(); }
+        } window;
+        ModalAnswerer answerer(clickButton("Update"));
+        UpdateCheck *check
+            = UpdateCheck::start(Mode::Automatic, &window, tool(kOneUpdate), m_notes.prefix());
+        QVERIFY(check && QSignalSpy(check, &UpdateCheck::did_finish).wait(20000));
+        QCOMPARE(answerer.count(), 1);
+        QVERIFY(!QFile::exists(called()));
+    }
+
     // Last: it runs and ends the application's event loop.
     void acceptedUpdateRunsTheToolOnQuit()
     {
         QMainWindow window;
-        ModalAnswerer answerer([](QWidget *vModal) {
-            for (QAbstractButton *button : vModal->findChildren<QAbstractButton *>())
-                if (button->text() == "Update")
-                    return button->click();
-        });
+        ModalAnswerer answerer(clickButton("Update"));
         QVERIFY(UpdateCheck::start(Mode::Automatic, &window, tool(kOneUpdate), m_notes.prefix()));
         QTimer::singleShot(30000, [] { QCoreApplication::exit(1); });
         QCOMPARE(QCoreApplication::exec(), 0);

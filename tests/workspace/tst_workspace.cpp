@@ -13,6 +13,7 @@
 #include "tablecell.h"
 #include "testfiles.h"
 #include "workspace/commandfill.h"
+#include "workspace/filetypes.h"
 #include "workspace/outputhighlighter.h"
 #include "workspace/plotrequests.h"
 #include "workspace/workspace.h"
@@ -232,20 +233,28 @@ private Q_SLOTS:
 
     void openRedirects_data()
     {
-        addTableRows(QFINDTESTDATA("openredirects.txt"), {"asked", "mplus"});
+        addTableRows(QFINDTESTDATA("openredirects.txt"), {"asked", "script", "output", "mplus"});
     }
+    // The file-type rules, and the document and the main window following them alike: the
+    // second opening of the same file, under any of its names, finds it open.
     void openRedirects()
     {
         const bool mplus = cell("mplus") == "1";
-        const QString opened = mplus ? "Model.inp" : "Model.imp",
-                      output = mplus ? "Model.out" : "Model.tovrel-out";
+        const QString opened = m_dir.filePath(cell("script")),
+                      output = m_dir.filePath(cell("output"));
+        QCOMPARE(FileTypes::scriptFor(m_dir.filePath(cell("asked"))), opened);
+        QCOMPARE(FileTypes::isMplusScript(opened), mplus);
+        QCOMPARE(FileTypes::outputFor(opened, mplus), output);
         for (const QString &name : {opened, output})
-            writeFile(m_dir.filePath(name), name.toUtf8());
-        Workspace document;
-        QVERIFY(document.on_open(m_dir.filePath(cell("asked"))));
-        QCOMPARE(document.filePath(), m_dir.filePath(opened));
-        QCOMPARE(document.editor()->toPlainText(), opened);
-        QCOMPARE(document.outputPane()->text(), output);
+            writeFile(name, QFileInfo(name).fileName().toUtf8());
+        const auto window = freshMainWindow();
+        for (int twice = 0; twice < 2; ++twice)
+            window->on_open(m_dir.filePath(cell("asked")));
+        QCOMPARE(window->documents().size(), 1);
+        const Workspace &document = *window->activeDocument();
+        QCOMPARE(document.filePath(), opened);
+        QCOMPARE(document.editor()->toPlainText(), cell("script"));
+        QCOMPARE(document.outputPane()->text(), cell("output"));
         QCOMPARE(document.editor()->syntaxMode() == SyntaxMode::Mplus, mplus);
         QVERIFY(!document.isModified());
     }
@@ -374,7 +383,9 @@ private Q_SLOTS:
         const QString folder
             = QString::fromUtf8(readFile(m_record)).split('\n').value(5); // --traceplot
         QVERIFY(QFileInfo::exists(folder + "/link"));
+        ModalAnswerer answerer(clickButton("Stop and Close"));
         QVERIFY(destroy ? (document.reset(), true) : document->on_close() && !frame->isVisible());
+        QCOMPARE(answerer.count(), destroy ? 0 : 1);
         QVERIFY(!QFileInfo::exists("/proc/" + pid));
         QVERIFY(!QFileInfo::exists(folder));
         QCOMPARE(readFile(m_dir.filePath("outside/keep.txt")), "keep");
@@ -649,11 +660,15 @@ private Q_SLOTS:
             opened->editor()->insertPlainText("# typed while it runs\n");
         }
         qputenv("TESTENGINE_RECORD", QFile::encodeName(m_record));
-        SeenBox seen;
-        ModalAnswerer answerer(clickBox(QMessageBox::Discard, &seen));
+        QStringList seen;
+        ModalAnswerer answerer([&seen](QWidget *vModal) {
+            seen << static_cast<QMessageBox *>(vModal)->text().section('\n', -1);
+            clickButton(seen.last().endsWith("close?") ? "Stop and Close" : "Discard")(vModal);
+        });
         QVERIFY(window.close());
-        QCOMPARE(seen.count, 20);
-        QVERIFY(seen.text.contains("Do you want to save your changes?"));
+        QCOMPARE(seen.size(), 40);
+        QCOMPARE(seen.filter("Stop it and close?").size(), 20);
+        QCOMPARE(seen.filter("Do you want to save your changes?").size(), 20);
         for (const QString &record : records) {
             const QString pid = QString::fromUtf8(readFile(record + ".pid")).trimmed();
             QVERIFY2(!QFileInfo::exists("/proc/" + pid), qPrintable(pid));
