@@ -12,6 +12,8 @@ packages=(
 if [ "${1:-}" = "--test" ]; then
     # clang with libFuzzer runs the short fuzz pass over the committed corpora.
     packages+=(desktop-file-utils appstream shared-mime-info dpkg-dev clang libclang-rt-14-dev)
+    # The reference statistics the convergence table's golden values come from.
+    packages+=(r-cran-posterior)
 fi
 
 missing=()
