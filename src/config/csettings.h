@@ -118,6 +118,10 @@ public:
     }
     QStringList recentFiles() const { return m_store.recentFiles(); }
     void setRecentFiles(const QStringList &v) { m_store.setRecentFiles(v); }
+    double rhatThreshold() const { return m_store.rhatThreshold(); }
+    void setRhatThreshold(double v) { m_store.setRhatThreshold(v); }
+    int essPerChainThreshold() const { return m_store.essPerChainThreshold(); }
+    void setEssPerChainThreshold(int v) { m_store.setEssPerChainThreshold(v); }
 
 Q_SIGNALS:
     void do_apply();

@@ -115,6 +115,12 @@ public:
     void setLineNumbers(bool vValue);
     QStringList recentFiles() const;
     void setRecentFiles(const QStringList &vValue);
+    // Convergence thresholds: a parameter is flagged from this R-hat up, or below this effective
+    // sample size per chain. Unusable stored values read as the defaults (1.01 and 100).
+    double rhatThreshold() const;
+    void setRhatThreshold(double vValue);
+    int essPerChainThreshold() const;
+    void setEssPerChainThreshold(int vValue);
 
     // Reads a built-in text resource; a missing resource gives an empty text.
     static QString resourceText(const QString &vPath);
@@ -162,6 +168,8 @@ private:
     const QString kAutoCheck = QStringLiteral("Updater/AutoCheck");
     const QString kLineNumbers = QStringLiteral("SyntaxEditor/LineNumbers");
     const QString kRecentFiles = QStringLiteral("SyntaxEditor/RecentFiles");
+    const QString kRhatThreshold = QStringLiteral("Diagnostics/RhatThreshold");
+    const QString kEssPerChainThreshold = QStringLiteral("Diagnostics/EssPerChainThreshold");
 
     QString m_desktopFolder;
     bool m_importSettingsEnabled = false;

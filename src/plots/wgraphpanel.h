@@ -26,6 +26,8 @@ public:
     // replaces it at its next run, and the panel is given the new plots then.
     void showPlots(const QString &vPlotDir);
     void clearPlots();
+    // Shows plot vIndex (from 0) when there is one.
+    void showPlot(int vIndex);
     // While plots are being made the paging and save controls are off.
     void setBusy(bool vBusy);
     // Size of PNG and JPG exports, normally the document's plot settings.

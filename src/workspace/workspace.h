@@ -12,11 +12,13 @@
 class FileHandling;
 class GraphingEngine;
 class PlotSettings;
+class QDockWidget;
 class ProcessHandling;
 class QAction;
 class QCloseEvent;
 class QTemporaryDir;
 class WaitingSpinnerWidget;
+class WConvergencePanel;
 class WGraphPanel;
 class WOutputPane;
 class WSyntaxEditor;
@@ -55,6 +57,8 @@ public:
     WOutputPane *outputPane() const;
     WGraphPanel *graphPanel() const { return m_graphPanel; }
     PlotSettings *plotSettings() const { return m_plotSettings; }
+    WConvergencePanel *convergencePanel() const { return m_convergence; }
+    QDockWidget *convergenceDock() const { return m_convergenceDock; }
 
     // The states the main window mirrors: Run and Stop enabled, output and plot panes shown,
     // auto plot checked. actionsChanged() follows any change of them.
@@ -151,6 +155,9 @@ private:
     void updateTitle();
     QString displayName() const;
     void applyPlotDefaults();
+    // The convergence view: made once, filled after every successful run with chain files.
+    void setUpConvergence();
+    void checkConvergence();
 
     std::unique_ptr<Ui::Workspace> ui;
     int m_documentNumber = 0;
@@ -178,6 +185,8 @@ private:
     QPointer<GraphingEngine> m_graphing;
     WGraphPanel *m_graphPanel = nullptr;
     PlotSettings *m_plotSettings = nullptr;
+    WConvergencePanel *m_convergence = nullptr;
+    QDockWidget *m_convergenceDock = nullptr;
     bool m_closeConfirmed = false;
 };
 
