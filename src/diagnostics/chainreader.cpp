@@ -86,8 +86,7 @@ public:
         if (m_fields < 2)
             return fail(tr("The chain file %1 holds no parameter columns.").arg(m_name));
         if (m_rows <= m_burn)
-            return fail(tr("The chain file %1 holds %2 iterations, none after the %3 of the "
-                           "burn-in.")
+            return fail(tr("The chain file %1 holds %2 iterations, all within the burn-in of %3.")
                             .arg(m_name)
                             .arg(m_rows)
                             .arg(m_burn));

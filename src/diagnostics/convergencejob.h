@@ -48,4 +48,6 @@ private:
     std::shared_ptr<std::atomic_bool> m_cancel;
 };
 
+Q_DECLARE_METATYPE(ConvergenceReport)
+
 #endif // CONVERGENCEJOB_H

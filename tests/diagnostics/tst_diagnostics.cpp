@@ -3,7 +3,10 @@
 #include "testmain.h"
 
 #include "diagnostics/chainreader.h"
+#include "diagnostics/convergencejob.h"
 #include "diagnostics/convergencestats.h"
+
+#include <QSignalSpy>
 
 #include <cmath>
 #include <vector>
@@ -102,6 +105,52 @@ private Q_SLOTS:
                                     .arg(names[k])
                                     .arg(actual[k], 0, 'g', 17)
                                     .arg(golden.at(k + 1))));
+    }
+
+    void badChainFiles_data()
+    {
+        addTableRows(QFINDTESTDATA("badchains.txt"), {"burn", "chain1", "chain2", "message"});
+    }
+    void badChainFiles()
+    {
+        QFETCH(QString, burn);
+        QFETCH(QString, chain1);
+        QFETCH(QString, chain2);
+        QTemporaryDir dir;
+        const QStringList contents = {chain1, chain2};
+        for (int c = 0; c < 2; ++c)
+            if (contents.at(c) != "-")
+                writeFile(dir.filePath(ChainReader::fileName(c + 1)),
+                          QString(contents.at(c)).replace("<CR>", "\r").toUtf8());
+        const ConvergenceReport report = ConvergenceJob::compute(dir.path(), 2, burn.toInt(), 10);
+        QTEST(report.error, "message");
+        if (report.error.isEmpty()) {
+            QCOMPARE(report.iterations, 3);
+            QCOMPARE(report.parameters.size(), size_t(1));
+        }
+    }
+
+    // Work dropped by a new start or a cancel never reports; the last start does.
+    void cancelledWorkIsNeverReported()
+    {
+        QTemporaryDir dir;
+        QByteArray lines;
+        for (int i = 1; i <= 20000; ++i)
+            lines += QByteArray::number(i) + "," + QByteArray::number(i % 7) + ",0.5\n";
+        writeFile(dir.filePath("burn1.csv"), lines);
+        writeFile(dir.filePath("burn2.csv"), lines);
+        ConvergenceJob job;
+        QSignalSpy finished(&job, &ConvergenceJob::did_finish);
+        job.start(dir.path(), 2, 0, 0);
+        job.cancel();
+        job.start(dir.path(), 3, 0, 0);
+        job.start(dir.path(), 2, 100, 0);
+        QVERIFY(finished.wait(20000));
+        QTest::qWait(50);
+        QCOMPARE(finished.size(), 1);
+        const auto report = finished.first().first().value<ConvergenceReport>();
+        QCOMPARE(report.iterations, 19900);
+        QVERIFY(std::isnan(report.parameters.at(1).rhat));
     }
 
     void normalQuantile()

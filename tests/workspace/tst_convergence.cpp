@@ -111,6 +111,14 @@ private Q_SLOTS:
                                           .arg(table->flaggedRhat()));
         QVERIFY(table->isFlagged(0));
 
+        // Files it cannot read leave a line saying why.
+        QTemporaryDir empty;
+        QSignalSpy refused(panel, &WConvergencePanel::did_fill);
+        panel->start(empty.path(), 2, 0, 10, {});
+        QVERIFY(refused.wait(kWaitMs));
+        QCOMPARE(refused.first().first().toBool(), false);
+        QCOMPARE(panel->statusText(), "No convergence table: The chain file burn1.csv is missing.");
+
         // A new run drops the table at once.
         QSignalSpy filled(panel, &WConvergencePanel::did_fill);
         document->on_run();
