@@ -184,6 +184,8 @@ void VSettings::loadSettings()
     ui->chkImportMissingAsDefault->setChecked(settings.missingAsDefault());
 
     loadPlotDefaults();
+    ui->dsbRhatThreshold->setValue(settings.rhatThreshold());
+    ui->spbEssPerChain->setValue(settings.essPerChainThreshold());
     ui->mplusPath->setText(settings.mplusToolName());
 }
 
@@ -325,6 +327,8 @@ void VSettings::storeGeneral()
     settings.setVerticalLayout(ui->radioButton_Vert->isChecked());
     settings.setMplusToolName(ui->mplusPath->text());
     settings.setAutoCheck(ui->chkAutoUpdate->isChecked());
+    settings.setRhatThreshold(ui->dsbRhatThreshold->value());
+    settings.setEssPerChainThreshold(ui->spbEssPerChain->value());
     const bool dark = ui->darkButton->isChecked();
     if (dark == settings.darkModeSet())
         return;
