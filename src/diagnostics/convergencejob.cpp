@@ -68,18 +68,16 @@ ConvergenceReport ConvergenceJob::compute(const QString &vFolder, int vChains, i
     report.iterations = draws.iterations;
     report.parameters.resize(size_t(draws.parameters));
 
-    // Parameters in a few slices per core; each slice keeps its own scratch space.
-    const int threads = std::max(1, QThread::idealThreadCount());
-    const int slices = std::min(draws.parameters, threads * 4);
-    std::vector<int> sliceIndex(static_cast<size_t>(slices));
-    for (int i = 0; i < slices; ++i)
-        sliceIndex[size_t(i)] = i;
+    // Each worker takes the next parameter not yet taken, so slow ones do not pile up on one.
+    const int threads = std::max(1, std::min(QThread::idealThreadCount(), draws.parameters));
+    std::atomic_int next(0);
+    std::vector<int> workers(static_cast<size_t>(threads));
     QThreadPool pool;
     pool.setMaxThreadCount(threads);
-    QtConcurrent::blockingMap(&pool, sliceIndex, [&](int vSlice) {
+    QtConcurrent::blockingMap(&pool, workers, [&](int) {
         ConvergenceStats stats;
         std::vector<double> joined(size_t(draws.chains) * size_t(draws.iterations));
-        for (int p = vSlice; p < draws.parameters; p += slices) {
+        for (int p; (p = next++) < draws.parameters;) {
             if (vCancel && vCancel->load(std::memory_order_relaxed))
                 return;
             for (int c = 0; c < draws.chains; ++c)

@@ -4,6 +4,7 @@
 #include <cfloat>
 #include <cmath>
 #include <complex>
+#include <cstring>
 #include <limits>
 
 namespace {
@@ -14,7 +15,7 @@ constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kRankOffset = 3.0 / 8.0;
 // Autocovariances are summed directly up to this lag; a chain whose correlations reach beyond
 // it gets all its lags at once from a Fourier transform.
-constexpr int kDirectLags = 48;
+constexpr int kDirectLags = 24;
 
 bool isConstant(const double *vValues, size_t vCount)
 {
@@ -33,10 +34,10 @@ bool unusable(const std::vector<double> &vValues)
 
 double mean(const double *vValues, size_t vCount)
 {
-    long double sum = 0;
+    double sum = 0;
     for (size_t i = 0; i < vCount; ++i)
         sum += vValues[i];
-    return double(sum / vCount);
+    return sum / double(vCount);
 }
 
 // Sample variance (n - 1 in the denominator), two passes.
@@ -45,12 +46,12 @@ double variance(const double *vValues, size_t vCount)
     if (vCount < 2)
         return kNaN;
     const double centre = mean(vValues, vCount);
-    long double sum = 0;
+    double sum = 0;
     for (size_t i = 0; i < vCount; ++i) {
         const double d = vValues[i] - centre;
         sum += d * d;
     }
-    return double(sum / (vCount - 1));
+    return sum / double(vCount - 1);
 }
 
 // The continuous sample quantile that interpolates between order statistics (the default of
@@ -79,9 +80,16 @@ double medianSorted(const std::vector<double> &vSorted)
     return (vSorted[half - 1] + vSorted[half]) / 2;
 }
 
+// In-place radix-2 transform (size a power of two) with a per-thread table of twiddles.
 void fft(std::vector<std::complex<double>> &vData)
 {
     const size_t n = vData.size();
+    thread_local std::vector<std::complex<double>> twiddles;
+    if (twiddles.size() != n / 2) {
+        twiddles.resize(n / 2);
+        for (size_t k = 0; k < n / 2; ++k)
+            twiddles[k] = std::polar(1.0, -2 * M_PI * double(k) / double(n));
+    }
     for (size_t i = 1, j = 0; i < n; ++i) {
         size_t bit = n >> 1;
         for (; j & bit; bit >>= 1)
@@ -91,17 +99,18 @@ void fft(std::vector<std::complex<double>> &vData)
             std::swap(vData[i], vData[j]);
     }
     for (size_t length = 2; length <= n; length <<= 1) {
-        const double angle = -2 * M_PI / double(length);
-        const std::complex<double> step(std::cos(angle), std::sin(angle));
+        const size_t half = length / 2;
+        const size_t stride = n / length;
         for (size_t start = 0; start < n; start += length) {
-            std::complex<double> w(1);
-            for (size_t k = 0; k < length / 2; ++k) {
-                const std::complex<double> a = vData[start + k];
-                const std::complex<double> b = vData[start + k + length / 2] * w;
-                vData[start + k] = a + b;
-                vData[start + k + length / 2] = a - b;
-                // Recomputed now and then so the rotation does not drift on long transforms.
-                w = (k % 64 == 63) ? std::polar(1.0, angle * double(k + 1)) : w * step;
+            std::complex<double> *low = vData.data() + start;
+            std::complex<double> *high = low + half;
+            for (size_t k = 0; k < half; ++k) {
+                const std::complex<double> w = twiddles[k * stride];
+                const double br = high[k].real() * w.real() - high[k].imag() * w.imag();
+                const double bi = high[k].real() * w.imag() + high[k].imag() * w.real();
+                const std::complex<double> a = low[k];
+                low[k] = {a.real() + br, a.imag() + bi};
+                high[k] = {a.real() - br, a.imag() - bi};
             }
         }
     }
@@ -140,37 +149,47 @@ private:
         double total = 0;
         for (int c = 0; c < m_chains; ++c) {
             const double *y = m_centred.data() + size_t(c) * size_t(m_n);
-            double sum = 0;
-            for (int i = 0; i + vLag < m_n; ++i)
-                sum += y[i] * y[i + vLag];
-            total += sum / m_n;
+            // Four running sums let the processor overlap the multiplications.
+            double sums[4] = {0, 0, 0, 0};
+            const int count = m_n - vLag;
+            int i = 0;
+            for (; i + 4 <= count; i += 4)
+                for (int k = 0; k < 4; ++k)
+                    sums[k] += y[i + k] * y[i + k + vLag];
+            for (; i < count; ++i)
+                sums[0] += y[i] * y[i + vLag];
+            total += (sums[0] + sums[1] + sums[2] + sums[3]) / m_n;
         }
         return total / m_chains;
     }
 
+    // Only the chains' sum is wanted, so their power spectra are added and inverted once; two
+    // real chains share one complex transform (one as the real, one as the imaginary part),
+    // whose power at k and -k averages to the sum of theirs.
     void transformAll()
     {
         size_t size = 1;
         while (size < 2 * size_t(m_n))
             size <<= 1;
-        std::vector<double> sums(static_cast<size_t>(m_n), 0.0);
+        std::vector<double> power(size, 0.0);
         std::vector<std::complex<double>> data(size);
-        for (int c = 0; c < m_chains; ++c) {
-            const double *y = m_centred.data() + size_t(c) * size_t(m_n);
+        for (int c = 0; c < m_chains; c += 2) {
+            const double *a = m_centred.data() + size_t(c) * size_t(m_n);
+            const double *b = c + 1 < m_chains ? a + m_n : nullptr;
             std::fill(data.begin(), data.end(), std::complex<double>());
             for (int i = 0; i < m_n; ++i)
-                data[size_t(i)] = y[i];
+                data[size_t(i)] = {a[i], b ? b[i] : 0.0};
             fft(data);
-            // The power spectrum is real and even, so a forward transform inverts it up to size.
-            for (auto &value : data)
-                value = std::norm(value);
-            fft(data);
-            for (int t = 0; t < m_n; ++t)
-                sums[size_t(t)] += data[size_t(t)].real() / double(size) / m_n;
+            for (size_t k = 0; k < size; ++k)
+                power[k] += (std::norm(data[k]) + std::norm(data[(size - k) % size])) / 2;
         }
+        // The summed spectrum is real and even: a forward transform inverts it up to its size.
+        for (size_t k = 0; k < size; ++k)
+            data[k] = power[k];
+        fft(data);
         m_cache.resize(size_t(m_n));
         for (int t = 0; t < m_n; ++t)
-            m_cache[size_t(t)] = sums[size_t(t)] / m_chains;
+            m_cache[size_t(t)] = data[size_t(t)].real() / double(size) / m_n / m_chains;
     }
 
     const std::vector<double> &m_centred;
@@ -179,7 +198,51 @@ private:
     std::vector<double> &m_cache;
 };
 
+// A key whose unsigned order is the order of the doubles; both zeros get the same key, as they
+// compare equal.
+quint64 sortKey(double vValue)
+{
+    if (vValue == 0)
+        vValue = 0;
+    quint64 bits;
+    std::memcpy(&bits, &vValue, sizeof bits);
+    return (bits >> 63) ? ~bits : bits | (quint64(1) << 63);
+}
+
 } // namespace
+
+// Least-significant-digit radix sort by value, 16 bits a pass: several times quicker than a
+// comparison sort at these sizes.
+void ConvergenceStats::sortByValue(std::vector<Ranked> &vItems)
+{
+    const size_t n = vItems.size();
+    m_keys.resize(n);
+    m_keysTemp.resize(n);
+    m_orderTemp.resize(n);
+    for (size_t i = 0; i < n; ++i)
+        m_keys[i] = sortKey(vItems[i].value);
+    std::vector<quint32> counts(65536);
+    for (int shift = 0; shift < 64; shift += 16) {
+        std::fill(counts.begin(), counts.end(), 0);
+        for (size_t i = 0; i < n; ++i)
+            ++counts[(m_keys[i] >> shift) & 0xFFFF];
+        if (counts[(m_keys[0] >> shift) & 0xFFFF] == n)
+            continue; // every key has this digit: the pass would change nothing
+        quint32 total = 0;
+        for (quint32 &count : counts) {
+            const quint32 here = count;
+            count = total;
+            total += here;
+        }
+        for (size_t i = 0; i < n; ++i) {
+            const quint32 to = counts[(m_keys[i] >> shift) & 0xFFFF]++;
+            m_keysTemp[to] = m_keys[i];
+            m_orderTemp[to] = vItems[i];
+        }
+        m_keys.swap(m_keysTemp);
+        vItems.swap(m_orderTemp);
+    }
+}
 
 double ConvergenceStats::normalQuantile(double vP)
 {
@@ -280,8 +343,8 @@ void ConvergenceStats::zScale(std::vector<double> &vValues)
     m_order.resize(vValues.size());
     for (int i = 0; i < count; ++i)
         m_order[size_t(i)] = {vValues[size_t(i)], i};
-    std::sort(m_order.begin(), m_order.end(),
-              [](const Ranked &l, const Ranked &r) { return l.value < r.value; });
+    if (!m_order.empty())
+        sortByValue(m_order);
     for (int i = 0; i < count;) {
         int j = i;
         while (j + 1 < count && m_order[size_t(j + 1)].value == m_order[size_t(i)].value)

@@ -1,6 +1,8 @@
 #ifndef CONVERGENCESTATS_H
 #define CONVERGENCESTATS_H
 
+#include <QtGlobal>
+
 #include <utility>
 #include <vector>
 
@@ -49,6 +51,7 @@ private:
     // Iterations and chains of the split draws.
     static std::pair<int, int> splitShape(int vIterations, int vChains);
     void splitChains(const double *vDraws, int vIterations, int vChains, std::vector<double> &vOut);
+    void sortByValue(std::vector<Ranked> &vItems);
     void zScale(std::vector<double> &vValues);
     void zScaleFolded(std::vector<double> &vValues, double vMedian);
 
@@ -57,6 +60,9 @@ private:
     int m_rankTableCount = -1;
     std::vector<Ranked> m_order;
     std::vector<Ranked> m_folded;
+    std::vector<Ranked> m_orderTemp;
+    std::vector<quint64> m_keys;
+    std::vector<quint64> m_keysTemp;
     std::vector<double> m_split;
     std::vector<double> m_scratch;
     std::vector<double> m_acovMeans;
