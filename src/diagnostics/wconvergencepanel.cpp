@@ -53,9 +53,14 @@ WConvergencePanel::WConvergencePanel(QWidget *parent)
     m_view->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_view->verticalHeader()->hide();
     m_view->verticalHeader()->setDefaultSectionSize(m_view->fontMetrics().height() + 6);
-    m_view->horizontalHeader()->setSectionResizeMode(MConvergenceTable::Parameter,
-                                                     QHeaderView::Stretch);
-    m_view->horizontalHeader()->setMinimumSectionSize(40);
+    // Numbers take little room; the titles take what is left and can be widened.
+    QHeaderView *header = m_view->horizontalHeader();
+    header->setMinimumSectionSize(30);
+    header->setDefaultSectionSize(m_view->fontMetrics().horizontalAdvance(QStringLiteral("Bulk-ESS"))
+                                  + 24);
+    header->resizeSection(MConvergenceTable::Number, m_view->fontMetrics().horizontalAdvance(QStringLiteral("0000")) + 12);
+    header->resizeSection(MConvergenceTable::Parameter, m_view->fontMetrics().horizontalAdvance(QLatin1Char('x')) * 34);
+    header->setStretchLastSection(true);
     // Worst first until the user sorts by a column of their own choice.
     m_view->horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
     m_view->setSortingEnabled(true);
