@@ -82,16 +82,18 @@ int main(int argc, char *argv[])
     QTemporaryDir dir;
     const qint64 bytes = writeChains(dir.path(), parameters);
 
-    std::vector<double> reads, tables, stalls, cpu;
+    std::vector<double> reads, readCpu, tables, stalls, cpu;
     for (int r = 0; r < repeats; ++r) {
         QElapsedTimer clock;
         clock.start();
+        const double readCpuBefore = cpuSeconds();
         {
             ChainDraws draws;
             QString error;
             if (!ChainReader::read(dir.path(), kChains, kBurn, kIterations, draws, error))
                 qFatal("%s", qPrintable(error));
             reads.push_back(clock.elapsed() / 1000.0);
+            readCpu.push_back(cpuSeconds() - readCpuBefore);
         }
 
         WConvergencePanel panel;
@@ -119,11 +121,24 @@ int main(int argc, char *argv[])
         if (r == 0)
             std::printf("%s\n", qPrintable(panel.statusText()));
     }
+    // The same probe with nothing to do: how long the loaded machine itself keeps the loop waiting.
+    qint64 idle = 0;
+    {
+        QElapsedTimer tick;
+        QTimer probe;
+        probe.setInterval(1);
+        QObject::connect(&probe, &QTimer::timeout, [&] { idle = std::max(idle, tick.restart()); });
+        tick.start();
+        probe.start();
+        QTest::qWait(int(median(tables) * 1000));
+    }
     rusage usage {};
     getrusage(RUSAGE_SELF, &usage);
-    std::printf("parameters %d, chain files %.1f MB, read alone %.3f s, files to full table %.3f s "
-                "(processor time %.3f s), longest event-loop stall %.0f ms, peak memory %.1f MB (medians of %d)\n",
-                parameters, bytes / 1048576.0, median(reads), median(tables), median(cpu), median(stalls),
+    std::printf("parameters %d, chain files %.1f MB, read alone %.3f s (processor time %.3f s), files to full table %.3f s "
+                "(processor time %.3f s), longest event-loop stall %.0f ms (%lld ms with nothing to do), peak memory %.1f MB "
+                "(medians of %d)\n",
+                parameters, bytes / 1048576.0, median(reads), median(readCpu), median(tables), median(cpu), median(stalls),
+                static_cast<long long>(idle),
                 usage.ru_maxrss / 1024.0, repeats);
     return 0;
 }

@@ -15,10 +15,14 @@ constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kRankOffset = 3.0 / 8.0;
 // Autocovariances are summed directly up to this lag; a chain whose correlations reach beyond
 // it gets all its lags at once from a Fourier transform.
-constexpr int kDirectLags = 24;
+constexpr int kDirectLags = 128;
 
 bool isConstant(const double *vValues, size_t vCount)
 {
+    // Varying draws usually show it at once; only near-constant ones need the full range.
+    for (size_t i = 1; i < vCount; ++i)
+        if (!(std::fabs(vValues[i] - vValues[0]) < DBL_EPSILON))
+            return false;
     const auto [low, high] = std::minmax_element(vValues, vValues + vCount);
     return std::fabs(*high - *low) < DBL_EPSILON;
 }
@@ -135,7 +139,9 @@ public:
     {
         while (int(m_cache.size()) <= vLag) {
             if (int(m_cache.size()) >= kDirectLags) {
-                transformAll();
+                // Still strongly correlated here: the full transform will be needed anyway.
+                const bool slow = m_cache.back() > 0.3 * m_cache.front();
+                transform(slow ? m_n : vLag);
                 break;
             }
             m_cache.push_back(direct(int(m_cache.size())));
@@ -166,11 +172,16 @@ private:
     // Only the chains' sum is wanted, so their power spectra are added and inverted once; two
     // real chains share one complex transform (one as the real, one as the imaginary part),
     // whose power at k and -k averages to the sum of theirs.
-    void transformAll()
+    // A transform of size M gives the lags below M - n exactly (longer ones wrap around), so a
+    // short one serves chains whose correlations die out early, a full one the rest.
+    void transform(int vLag)
     {
+        const size_t wanted = std::min(size_t(m_n) + std::max(size_t(vLag) * 4, size_t(1024)),
+                                       2 * size_t(m_n));
         size_t size = 1;
-        while (size < 2 * size_t(m_n))
+        while (size < wanted)
             size <<= 1;
+        const int exact = int(std::min(size - size_t(m_n), size_t(m_n)));
         std::vector<double> power(size, 0.0);
         std::vector<std::complex<double>> data(size);
         for (int c = 0; c < m_chains; c += 2) {
@@ -187,8 +198,8 @@ private:
         for (size_t k = 0; k < size; ++k)
             data[k] = power[k];
         fft(data);
-        m_cache.resize(size_t(m_n));
-        for (int t = 0; t < m_n; ++t)
+        m_cache.resize(size_t(exact));
+        for (int t = 0; t < exact; ++t)
             m_cache[size_t(t)] = data[size_t(t)].real() / double(size) / m_n / m_chains;
     }
 
