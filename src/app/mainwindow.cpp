@@ -22,6 +22,7 @@
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QDir>
+#include <QDockWidget>
 #include <QFileDialog>
 #include <QFileIconProvider>
 #include <QFileInfo>
@@ -72,6 +73,15 @@ MainWindow::MainWindow(QWidget *parent)
         connect(application, &Application::do_open, this, &MainWindow::on_open);
     connect(this, &MainWindow::do_new, this, &MainWindow::on_new);
     connect(ui->mdiArea, &QMdiArea::subWindowActivated, this, &MainWindow::on_subWindowActivated);
+    // View > Convergence brings the active document's convergence table to the front.
+    QAction *convergence = ui->menuView->addAction(tr("Convergence"));
+    convergence->setObjectName(QStringLiteral("actionConvergence"));
+    connect(convergence, &QAction::triggered, this, [this] {
+        if (Workspace *document = activeDocument()) {
+            document->convergenceDock()->show();
+            document->convergenceDock()->raise();
+        }
+    });
 
     // Without a maintenance tool (a studio built from source) this returns at once, silently.
     if (settings.autoCheck())

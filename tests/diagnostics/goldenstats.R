@@ -1,5 +1,6 @@
-# Writes goldenstats.txt: the convergence numbers of every case of drawcases.txt as the
-# reference package computes them. Run from this folder: Rscript goldenstats.R
+# Writes goldenstats.txt (or the file named by the first argument): the convergence numbers of
+# every case of drawcases.txt as the reference package computes them. Run from this folder:
+#   Rscript goldenstats.R
 suppressMessages(library(posterior))
 
 draws_of <- function(chains, iterations, kind, a, b, seed, change) {
@@ -39,4 +40,5 @@ for (r in seq_len(nrow(cases))) {
     quantile2(x, c(0.025, 0.975), names = FALSE), mcse_mean(x)))
   out <- c(out, paste(p$name, paste(fmt(v), collapse = " ")))
 }
-writeLines(out, "goldenstats.txt")
+args <- commandArgs(trailingOnly = TRUE)
+writeLines(out, if (length(args) > 0) args[1] else "goldenstats.txt")
