@@ -43,7 +43,8 @@ private:
         int index;
     };
 
-    double rankNormal(double vRank, int vCount);
+    void prepareRanks(int vCount);
+    double rankNormal(int vFirst, int vLast, int vCount) const;
     double rhatOf(const std::vector<double> &vSplit, int vIterations, int vChains) const;
     double essOf(const std::vector<double> &vSplit, int vIterations, int vChains);
     double tailEss(const double *vDraws, int vIterations, int vChains,
@@ -61,8 +62,7 @@ private:
     std::vector<Ranked> m_order;
     std::vector<Ranked> m_folded;
     std::vector<Ranked> m_orderTemp;
-    std::vector<quint64> m_keys;
-    std::vector<quint64> m_keysTemp;
+    std::vector<quint32> m_counts;
     std::vector<double> m_split;
     std::vector<double> m_scratch;
     std::vector<double> m_acovMeans;
