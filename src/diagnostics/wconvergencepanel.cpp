@@ -4,13 +4,13 @@
 #include "convergencejob.h"
 #include "mconvergencetable.h"
 
-#include <QAction>
 #include <QApplication>
 #include <QClipboard>
 #include <QFileDialog>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QItemSelectionModel>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -66,10 +66,9 @@ WConvergencePanel::WConvergencePanel(QWidget *parent)
     m_view->setSortingEnabled(true);
     m_view->setWordWrap(false);
 
-    auto *copyAction = new QAction(tr("Copy"), m_view);
-    copyAction->setShortcut(QKeySequence::Copy);
-    copyAction->setShortcutContext(Qt::WidgetShortcut);
-    m_view->addAction(copyAction);
+    // Copy keys are caught in the table itself: an action's shortcut would compete with the
+    // main window's Copy.
+    m_view->installEventFilter(this);
 
     auto *bar = new QHBoxLayout;
     bar->addWidget(m_filter, 1);
@@ -84,7 +83,6 @@ WConvergencePanel::WConvergencePanel(QWidget *parent)
     connect(m_filter, &QLineEdit::textChanged, m_proxy,
             &QSortFilterProxyModel::setFilterFixedString);
     connect(m_copy, &QToolButton::clicked, this, &WConvergencePanel::copySelection);
-    connect(copyAction, &QAction::triggered, this, &WConvergencePanel::copySelection);
     connect(m_export, &QToolButton::clicked, this, &WConvergencePanel::exportCsv);
     connect(m_job, &ConvergenceJob::did_finish, this, &WConvergencePanel::showReport);
     connect(m_view->selectionModel(), &QItemSelectionModel::currentRowChanged, this,
@@ -122,6 +120,16 @@ void WConvergencePanel::clear()
 bool WConvergencePanel::isComputing() const
 {
     return m_job->isRunning();
+}
+
+bool WConvergencePanel::eventFilter(QObject *vWatched, QEvent *vEvent)
+{
+    if (vWatched == m_view && vEvent->type() == QEvent::KeyPress
+        && static_cast<QKeyEvent *>(vEvent)->matches(QKeySequence::Copy)) {
+        copySelection();
+        return true;
+    }
+    return QWidget::eventFilter(vWatched, vEvent);
 }
 
 bool WConvergencePanel::hasFlagged() const

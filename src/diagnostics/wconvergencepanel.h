@@ -49,6 +49,9 @@ Q_SIGNALS:
     // The table has been filled, or the files were refused.
     void did_fill(bool vOk);
 
+protected:
+    bool eventFilter(QObject *vWatched, QEvent *vEvent) override;
+
 private:
     void showReport(const ConvergenceReport &vReport);
     void updateSummary();

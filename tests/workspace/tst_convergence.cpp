@@ -86,7 +86,7 @@ private Q_SLOTS:
         QCOMPARE(panel->view()->model()->rowCount(), 1);
         QVERIFY(cellText(panel->view(), 0, MConvergenceTable::Parameter).contains("intercept"));
         panel->view()->selectRow(0);
-        panel->copySelection();
+        QTest::keySequence(panel->view(), QKeySequence::Copy);
         const QStringList copied = QApplication::clipboard()->text().split('\n', Qt::SkipEmptyParts);
         QCOMPARE(copied.size(), 2);
         QVERIFY(copied.at(0).startsWith("#\tParameter\tR-hat\tBulk-ESS\tTail-ESS"));
