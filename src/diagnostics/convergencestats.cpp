@@ -102,19 +102,29 @@ void fft(std::vector<std::complex<double>> &vData)
         if (i < j)
             std::swap(vData[i], vData[j]);
     }
+    // Plain arrays of (real, imaginary) pairs: the loops below then compile to straight
+    // arithmetic, with no complex-number special cases.
+    const double *w = reinterpret_cast<const double *>(twiddles.data());
+    double *d = reinterpret_cast<double *>(vData.data());
     for (size_t length = 2; length <= n; length <<= 1) {
         const size_t half = length / 2;
         const size_t stride = n / length;
         for (size_t start = 0; start < n; start += length) {
-            std::complex<double> *low = vData.data() + start;
-            std::complex<double> *high = low + half;
+            double *low = d + 2 * start;
+            double *high = low + 2 * half;
             for (size_t k = 0; k < half; ++k) {
-                const std::complex<double> w = twiddles[k * stride];
-                const double br = high[k].real() * w.real() - high[k].imag() * w.imag();
-                const double bi = high[k].real() * w.imag() + high[k].imag() * w.real();
-                const std::complex<double> a = low[k];
-                low[k] = {a.real() + br, a.imag() + bi};
-                high[k] = {a.real() - br, a.imag() - bi};
+                const double wr = w[2 * k * stride];
+                const double wi = w[2 * k * stride + 1];
+                const double hr = high[2 * k];
+                const double hi = high[2 * k + 1];
+                const double br = hr * wr - hi * wi;
+                const double bi = hr * wi + hi * wr;
+                const double ar = low[2 * k];
+                const double ai = low[2 * k + 1];
+                low[2 * k] = ar + br;
+                low[2 * k + 1] = ai + bi;
+                high[2 * k] = ar - br;
+                high[2 * k + 1] = ai - bi;
             }
         }
     }
@@ -138,10 +148,12 @@ public:
     double at(int vLag)
     {
         while (int(m_cache.size()) <= vLag) {
-            if (int(m_cache.size()) >= kDirectLags) {
-                // Still strongly correlated here: the full transform will be needed anyway.
-                const bool slow = m_cache.back() > 0.3 * m_cache.front();
-                transform(slow ? m_n : vLag);
+            // Still strongly correlated after a few dozen lags: many more will be needed, so
+            // the full transform comes at once.
+            const int done = int(m_cache.size());
+            const bool slow = done >= 32 && m_cache.back() > 0.5 * m_cache.front();
+            if (slow || done >= kDirectLags) {
+                transform(slow || m_cache.back() > 0.3 * m_cache.front() ? m_n : vLag);
                 break;
             }
             m_cache.push_back(direct(int(m_cache.size())));
