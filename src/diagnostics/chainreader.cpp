@@ -1,5 +1,7 @@
 #include "chainreader.h"
 
+#include "config/childpriority.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -226,6 +228,7 @@ bool ChainReader::read(const QString &vFolder, int vChains, int vBurn, int vExpe
     QThreadPool pool;
     pool.setMaxThreadCount(std::min(vChains, QThread::idealThreadCount()));
     QtConcurrent::blockingMap(&pool, numbers, [&](int vIndex) {
+        ChildPriority::lowerCurrentThread();
         Chain &chain = chains[size_t(vIndex)];
         chain.ok = readChain(folder.filePath(fileName(vIndex + 1)), vBurn, vExpected,
                              chain.columns, chain.error, vCancel);

@@ -1,6 +1,7 @@
 #include "convergencejob.h"
 
 #include "chainreader.h"
+#include "config/childpriority.h"
 
 #include <QThread>
 #include <QThreadPool>
@@ -75,6 +76,7 @@ ConvergenceReport ConvergenceJob::compute(const QString &vFolder, int vChains, i
     QThreadPool pool;
     pool.setMaxThreadCount(threads);
     QtConcurrent::blockingMap(&pool, workers, [&](int) {
+        ChildPriority::lowerCurrentThread();
         ConvergenceStats stats;
         std::vector<double> joined(size_t(draws.chains) * size_t(draws.iterations));
         for (int p; (p = next++) < draws.parameters;) {
