@@ -25,6 +25,7 @@
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QDir>
+#include <QDockWidget>
 #include <QFileDialog>
 #include <QFileIconProvider>
 #include <QFileInfo>
@@ -79,6 +80,15 @@ MainWindow::MainWindow(QWidget *parent)
         connect(application, &Application::do_open, this, &MainWindow::on_open);
     connect(this, &MainWindow::do_new, this, &MainWindow::on_new);
     connect(ui->mdiArea, &QMdiArea::subWindowActivated, this, &MainWindow::on_subWindowActivated);
+    // View > Convergence brings the active document's convergence table to the front.
+    QAction *convergence = ui->menuView->addAction(tr("Convergence"));
+    convergence->setObjectName(QStringLiteral("actionConvergence"));
+    connect(convergence, &QAction::triggered, this, [this] {
+        if (Workspace *document = activeDocument()) {
+            document->convergenceDock()->show();
+            document->convergenceDock()->raise();
+        }
+    });
 
     // Without a maintenance tool (a studio built from source) this returns at once, silently.
     if (settings.autoCheck())

@@ -15,6 +15,10 @@ constexpr int kSteps = 10;
 // Makes the program vProcess starts from now on run kSteps below the studio.
 void lower(QProcess &vProcess);
 
+// The same for the calling worker thread (the studio's own background computations), where the
+// system allows one thread its own priority; elsewhere nothing changes.
+void lowerCurrentThread();
+
 } // namespace ChildPriority
 
 #endif // CHILDPRIORITY_H

@@ -122,6 +122,10 @@ public:
     void setTrustedEngines(const QVariantList &v) { m_store.setTrustedEngines(v); }
     bool reopenSession() const { return m_store.reopenSession(); }
     void setReopenSession(bool v) { m_store.setReopenSession(v); }
+    double rhatThreshold() const { return m_store.rhatThreshold(); }
+    void setRhatThreshold(double v) { m_store.setRhatThreshold(v); }
+    int essPerChainThreshold() const { return m_store.essPerChainThreshold(); }
+    void setEssPerChainThreshold(int v) { m_store.setEssPerChainThreshold(v); }
 
 Q_SIGNALS:
     void do_apply();

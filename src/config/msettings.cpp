@@ -562,3 +562,23 @@ void MSettings::setSessionCurrent(int vValue)
 {
     write(kSessionCurrent, vValue);
 }
+
+double MSettings::rhatThreshold() const
+{
+    const double value = read(kRhatThreshold, 1.01).toDouble();
+    return value > 1 && value < 10 ? value : 1.01;
+}
+void MSettings::setRhatThreshold(double vValue)
+{
+    write(kRhatThreshold, vValue);
+}
+
+int MSettings::essPerChainThreshold() const
+{
+    const int value = read(kEssPerChainThreshold, 100).toInt();
+    return value > 0 ? value : 100;
+}
+void MSettings::setEssPerChainThreshold(int vValue)
+{
+    write(kEssPerChainThreshold, vValue);
+}

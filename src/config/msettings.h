@@ -127,6 +127,12 @@ public:
     void setSessionCursors(const QList<int> &vValue);
     int sessionCurrent() const;
     void setSessionCurrent(int vValue);
+    // Convergence thresholds: a parameter is flagged from this R-hat up, or below this effective
+    // sample size per chain. Unusable stored values read as the defaults (1.01 and 100).
+    double rhatThreshold() const;
+    void setRhatThreshold(double vValue);
+    int essPerChainThreshold() const;
+    void setEssPerChainThreshold(int vValue);
 
     // Reads a built-in text resource; a missing resource gives an empty text.
     static QString resourceText(const QString &vPath);
@@ -179,6 +185,8 @@ private:
     const QString kSessionFiles = QStringLiteral("Session/Files");
     const QString kSessionCursors = QStringLiteral("Session/Cursors");
     const QString kSessionCurrent = QStringLiteral("Session/Current");
+    const QString kRhatThreshold = QStringLiteral("Diagnostics/RhatThreshold");
+    const QString kEssPerChainThreshold = QStringLiteral("Diagnostics/EssPerChainThreshold");
 
     QString m_desktopFolder;
     bool m_importSettingsEnabled = false;

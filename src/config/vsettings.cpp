@@ -192,6 +192,8 @@ void VSettings::loadSettings()
     ui->chkImportMissingAsDefault->setChecked(settings.missingAsDefault());
 
     loadPlotDefaults();
+    ui->dsbRhatThreshold->setValue(settings.rhatThreshold());
+    ui->spbEssPerChain->setValue(settings.essPerChainThreshold());
     ui->mplusPath->setText(settings.mplusToolName());
 }
 
@@ -335,6 +337,8 @@ void VSettings::storeGeneral()
     settings.setMplusToolName(ui->mplusPath->text());
     settings.setAutoCheck(ui->chkAutoUpdate->isChecked());
     settings.setReopenSession(ui->chkReopenSession->isChecked());
+    settings.setRhatThreshold(ui->dsbRhatThreshold->value());
+    settings.setEssPerChainThreshold(ui->spbEssPerChain->value());
     const bool dark = ui->darkButton->isChecked();
     if (dark == settings.darkModeSet())
         return;

@@ -65,6 +65,12 @@ void WGraphPanel::clearPlots()
     m_pager->unload();
 }
 
+void WGraphPanel::showPlot(int vIndex)
+{
+    if (vIndex >= 0 && vIndex < m_pager->count())
+        m_pager->showPage(vIndex);
+}
+
 void WGraphPanel::setBusy(bool vBusy)
 {
     m_busy = vBusy;

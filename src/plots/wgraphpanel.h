@@ -37,6 +37,8 @@ public:
     int pageCount() const;
     int currentPage() const;
     void clearPlots();
+    // Shows plot vIndex (from 0) when there is one.
+    void showPlot(int vIndex);
     // While plots are being made the paging and save controls are off.
     void setBusy(bool vBusy);
     // Size of PNG and JPG exports, normally the document's plot settings.

@@ -3,6 +3,7 @@
 
 #include "commandfill.h"
 #include "config/csettings.h"
+#include "diagnostics/wconvergencepanel.h"
 #include "editor/syntaxhighlighter.h"
 #include "editor/wsyntaxeditor.h"
 #include "editor/wtextfinder.h"
@@ -12,6 +13,7 @@
 #include "outputhighlighter.h"
 #include "plotrequests.h"
 #include "plots/graphingengine.h"
+#include "plots/parameterlabels.h"
 #include "plots/plotsettings.h"
 #include "plots/waitingspinnerwidget.h"
 #include "plots/wgraphpanel.h"
@@ -22,6 +24,7 @@
 #include <QDebug>
 #include <QDesktopServices>
 #include <QDir>
+#include <QDockWidget>
 #include <QFile>
 #include <QFileInfo>
 #include <QLoggingCategory>
@@ -161,6 +164,7 @@ Workspace::Workspace(QWidget *parent)
     applyPlotDefaults();
     setOutLogFont();
     update_orientation();
+    setUpConvergence();
     updateTitle();
 }
 
@@ -447,6 +451,8 @@ void Workspace::shutDown()
     delete m_plotSpinner;
     if (m_graphPanel)
         m_graphPanel->clearPlots();
+    if (m_convergence)
+        m_convergence->clear();
     // Only now: an engine still alive could write into the folder again.
     m_tempDir.reset();
 }
@@ -706,6 +712,7 @@ void Workspace::renewTemporaryFolder()
     delete m_graphing;
     endPlotting();
     m_graphPanel->clearPlots();
+    m_convergence->clear();
     m_plotsAvailable = false;
     m_plotsMade = false;
     setPlotControlsEnabled(false);
@@ -793,6 +800,7 @@ void Workspace::processFinished(int exitCode)
         m_plotsAvailable
             = QFileInfo::exists(m_tempDir->filePath(kChainFileBase + QStringLiteral("1.csv")));
         setPlotControlsEnabled(m_plotsAvailable);
+        checkConvergence();
         if (m_autoPlot || ui->actionPlot->isChecked())
             makePlots();
     }
@@ -994,4 +1002,38 @@ void Workspace::on_tb_settings_plot_clicked()
     m_plotSettings->show();
     m_plotSettings->raise();
     m_plotSettings->activateWindow();
+}
+
+// --- Convergence -------------------------------------------------------------------------
+
+void Workspace::setUpConvergence()
+{
+    m_convergenceDock = new QDockWidget(tr("Convergence"), this);
+    m_convergenceDock->setObjectName(QStringLiteral("dockConvergence"));
+    m_convergence = new WConvergencePanel(m_convergenceDock);
+    m_convergenceDock->setWidget(m_convergence);
+    // A tab beside the output, so the plots it pages stay in sight.
+    tabifyDockWidget(ui->dockOut, m_convergenceDock);
+    ui->dockOut->raise();
+    m_convergenceDock->hide();
+    connect(m_convergence, &WConvergencePanel::do_showParameter, this, [this](int vIndex) {
+        on_plot(true);
+        m_graphPanel->showPlot(vIndex);
+    });
+    connect(m_convergence, &WConvergencePanel::did_fill, this, [this](bool vOk) {
+        // Parameters that fail come to the front at once; a clean run stays behind the output.
+        if (vOk && m_convergence->hasFlagged())
+            m_convergenceDock->raise();
+    });
+}
+
+void Workspace::checkConvergence()
+{
+    if (!m_plotsAvailable)
+        return;
+    const PlotRequests::RunLength length
+        = PlotRequests::runLength(ui->te_SyntaxEditor->toPlainText());
+    m_convergence->start(m_tempDir->path(), length.chains, length.burn, length.iterations,
+                         ParameterLabels::read(m_tempDir->filePath(QStringLiteral("labels.dat"))));
+    m_convergenceDock->show();
 }

@@ -12,12 +12,14 @@
 class FileHandling;
 class GraphingEngine;
 class PlotSettings;
+class QDockWidget;
 class ProcessHandling;
 class QAction;
 class QCloseEvent;
 class QResizeEvent;
 class QTemporaryDir;
 class WaitingSpinnerWidget;
+class WConvergencePanel;
 class WGraphPanel;
 class WOutputPane;
 class WSyntaxEditor;
@@ -65,6 +67,8 @@ public:
     WOutputPane *outputPane() const;
     WGraphPanel *graphPanel() const { return m_graphPanel; }
     PlotSettings *plotSettings() const { return m_plotSettings; }
+    WConvergencePanel *convergencePanel() const { return m_convergence; }
+    QDockWidget *convergenceDock() const { return m_convergenceDock; }
 
     // The document's own actions behind the states the main window mirrors: Run and Stop
     // enabled, output and plot panes shown, auto plot and the find bar checked. stateChanged()
@@ -170,6 +174,9 @@ private:
     void loadScript(const QString &vText, bool vMplus);
     void updateTitle();
     void applyPlotDefaults();
+    // The convergence view: made once, filled after every successful run with chain files.
+    void setUpConvergence();
+    void checkConvergence();
 
     std::unique_ptr<Ui::Workspace> ui;
     int m_documentNumber = 0;
@@ -199,6 +206,8 @@ private:
     QPointer<GraphingEngine> m_graphing;
     WGraphPanel *m_graphPanel = nullptr;
     PlotSettings *m_plotSettings = nullptr;
+    WConvergencePanel *m_convergence = nullptr;
+    QDockWidget *m_convergenceDock = nullptr;
     bool m_closeConfirmed = false;
 };
 

@@ -258,6 +258,8 @@ private Q_SLOTS:
         c.setHighlightColorsDark({{"number", "#020202"}});
         c.setMplusToolName("/m");
         c.setAutoCheck(false);
+        c.setRhatThreshold(1.05);
+        c.setEssPerChainThreshold(250);
         QCOMPARE(c.applicationFont(), QStringList({"Sans", "10"}));
         QCOMPARE(c.outputExtension(), "tovrel-out"); // whatever is stored
         QStringList stored;

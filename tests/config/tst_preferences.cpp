@@ -45,6 +45,8 @@ QString valueOf(QWidget *vWidget)
         return button->isChecked() ? "1" : "0";
     if (auto *spin = qobject_cast<QSpinBox *>(vWidget))
         return QString::number(spin->value());
+    if (auto *real = qobject_cast<QDoubleSpinBox *>(vWidget))
+        return QString::number(real->value());
     return qobject_cast<QPlainTextEdit *>(vWidget)->toPlainText();
 }
 
@@ -58,6 +60,8 @@ void setValue(QWidget *vWidget, const QString &vValue)
         button->setChecked(vValue == "1");
     else if (auto *spin = qobject_cast<QSpinBox *>(vWidget))
         spin->setValue(vValue.toInt());
+    else if (auto *real = qobject_cast<QDoubleSpinBox *>(vWidget))
+        real->setValue(vValue.toDouble());
     else
         qobject_cast<QPlainTextEdit *>(vWidget)->setPlainText(vValue);
 }
