@@ -50,5 +50,15 @@ int main(int argc, char **argv)
 
     make(root / "1.1-Potential Scale Reduction" / "slow.dat", SimData::slowlyMixing());
     make(root / "1.2-Longer Burn-In" / "slow.dat", SimData::slowlyMixing());
+
+    // Large and nearly collinear with most predictor values missing: a run of some seconds
+    // whose PSR starts well above 1.1.
+    SimData::Settings longRun = SimData::slowlyMixing();
+    longRun.rows = 3000;
+    longRun.correlation = 0.998;
+    longRun.outcomeMissing = 0.1;
+    longRun.predictorMissing = 0.9;
+    longRun.seed = 13;
+    make(root / "1.3-Watching a Long Run" / "long.dat", longRun);
     return 0;
 }

@@ -7,6 +7,7 @@
 #include "editor/wsyntaxeditor.h"
 #include "examplecatalog.h"
 #include "import/vimport.h"
+#include "runmarks.h"
 #include "singleinstance.h"
 #include "studioextras.h"
 #include "studioinfo.h"
@@ -48,6 +49,7 @@ MainWindow::MainWindow(QWidget *parent)
 {
     ui->setupUi(this);
     m_extras = new StudioExtras(this);
+    m_runMarks = new RunMarks(statusBar(), this);
     // One import window, kept once made; each script it creates is a new document.
     connect(ui->actionImport, &QAction::triggered, this, [this] {
         auto *importer = findChild<VImport *>();
@@ -145,6 +147,7 @@ QMdiSubWindow *MainWindow::addDocument(Workspace *vDocument)
     vDocument->setDocumentNumber(++m_documentCount);
     QMdiSubWindow *sub = ui->mdiArea->addSubWindow(vDocument);
     m_extras->watch(vDocument);
+    m_runMarks->watch(vDocument, sub);
     // The tab follows the document's title, and "Go to tab..." with it.
     connect(vDocument, &QWidget::windowTitleChanged, this, &MainWindow::rebuildTabMenu);
     connect(vDocument->editor()->document(), &QTextDocument::modificationChanged, this,

@@ -6,6 +6,7 @@
 
 class QCloseEvent;
 class QMdiSubWindow;
+class RunMarks;
 class StudioExtras;
 class VSettings;
 class Workspace;
@@ -114,6 +115,7 @@ private:
 
     Ui::MainWindow *ui;
     StudioExtras *m_extras = nullptr;
+    RunMarks *m_runMarks = nullptr;
     QPointer<VSettings> m_preferences;
     QPointer<Workspace> m_active;
     int m_documentCount = 0;

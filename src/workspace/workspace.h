@@ -13,6 +13,7 @@ class FileHandling;
 class GraphingEngine;
 class PlotSettings;
 class ProcessHandling;
+class RunWatch;
 class QAction;
 class QCloseEvent;
 class QTemporaryDir;
@@ -55,6 +56,7 @@ public:
     WOutputPane *outputPane() const;
     WGraphPanel *graphPanel() const { return m_graphPanel; }
     PlotSettings *plotSettings() const { return m_plotSettings; }
+    RunWatch *runWatch() const { return m_runWatch; }
 
     // The states the main window mirrors: Run and Stop enabled, output and plot panes shown,
     // auto plot checked. actionsChanged() follows any change of them.
@@ -73,6 +75,8 @@ Q_SIGNALS:
     void process_finished();
     void output_receieved();
     void actionsChanged();
+    // A run began or ended (stopped, finished or failed).
+    void runningChanged(bool vRunning);
 
 public Q_SLOTS:
     void on_new();
@@ -179,6 +183,7 @@ private:
     WGraphPanel *m_graphPanel = nullptr;
     PlotSettings *m_plotSettings = nullptr;
     bool m_closeConfirmed = false;
+    RunWatch *m_runWatch = nullptr;
 };
 
 #endif // WORKSPACE_H
