@@ -12,7 +12,7 @@
 namespace {
 constexpr double kLeft = 38;
 constexpr double kRight = 10;
-constexpr double kTop = 18;
+constexpr double kTop = 28;
 constexpr double kBottom = 18;
 constexpr double kPointRadius = 2.5;
 
@@ -70,7 +70,7 @@ void WPsrChart::loadColors()
 
 QSize WPsrChart::sizeHint() const
 {
-    return QSize(260, 160);
+    return QSize(260, 170);
 }
 
 QSize WPsrChart::minimumSizeHint() const
@@ -115,7 +115,7 @@ void WPsrChart::paintEvent(QPaintEvent *)
     const QRectF &r = f.plot;
 
     painter.setPen(text);
-    painter.drawText(QRectF(4, 2, width() - 8, kTop - 2), Qt::AlignLeft | Qt::AlignVCenter,
+    painter.drawText(QRectF(4, 2, width() - 8, 16), Qt::AlignLeft | Qt::AlignVCenter,
                      tr("Highest PSR"));
     QColor faint = text;
     faint.setAlphaF(0.35);
