@@ -220,14 +220,16 @@ QString RunMonitor::clock(qint64 vMs)
 
 bool RunMonitor::readPsrRow(QStringView vLine, PsrRow *vRow)
 {
-    // "  1001 to 2000   1.234   7  b1": the cheap tests first, as most lines fail them.
+    // "  1001 to 2000   1.234   7  b1": the cheap test first, as most lines fail it.
     qsizetype at = 0;
-    PsrRow row;
-    if (!readCount(nextWord(vLine, &at), &row.first) || nextWord(vLine, &at) != u"to"
-        || !readCount(nextWord(vLine, &at), &row.last) || !readPsr(nextWord(vLine, &at), &row.psr))
+    const QStringView first = nextWord(vLine, &at);
+    if (nextWord(vLine, &at) != u"to")
         return false;
+    PsrRow row;
     qint64 parameter = 0;
-    if (!readCount(nextWord(vLine, &at), &parameter) || row.last < row.first)
+    if (!readCount(first, &row.first) || !readCount(nextWord(vLine, &at), &row.last)
+        || !readPsr(nextWord(vLine, &at), &row.psr)
+        || !readCount(nextWord(vLine, &at), &parameter) || row.last < row.first)
         return false;
     row.parameter = int(parameter);
     row.name = vLine.mid(at).trimmed().toString();
@@ -274,17 +276,18 @@ void RunMonitor::readLine(QStringView vLine, qint64 vNowMs)
             m_totals.chains = int(value);
         return;
     }
-    if (text.contains(u"POTENTIAL SCALE REDUCTION")) {
-        if (m_phase == Phase::Starting) {
+    // The searches below only where they can matter: most lines are tables of numbers.
+    if (m_phase == Phase::Starting) {
+        if (first.isUpper() && text.contains(u"POTENTIAL SCALE REDUCTION")) {
             m_phase = Phase::BurnIn;
             m_hasProgress = true;
         }
-        return;
-    }
-    if (text.contains(u"PSR"))
+    } else if (m_phase == Phase::Sampling) {
+        if (vLine.front() == first && isSectionHeading(text))
+            m_phase = Phase::Writing;
+    } else if (m_phase == Phase::Writing && text.contains(u"PSR")) {
         readWarning(text);
-    if (m_phase == Phase::Sampling && vLine.front() == first && isSectionHeading(text))
-        m_phase = Phase::Writing;
+    }
 }
 
 bool RunMonitor::readCounter(QStringView vLine, qint64 vNowMs)

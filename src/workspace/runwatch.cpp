@@ -13,6 +13,7 @@ RunWatch::RunWatch(QBoxLayout *vLayout, QWidget *vPane, QObject *parent)
     , m_line(new QLabel(vPane->parentWidget()))
     , m_chart(new WPsrChart(vPane->parentWidget()))
     , m_tick(new QTimer(this))
+    , m_soon(new QTimer(this))
 {
     m_line->setObjectName(QStringLiteral("lblRunProgress"));
     m_line->setTextFormat(Qt::PlainText);
@@ -31,6 +32,9 @@ RunWatch::RunWatch(QBoxLayout *vLayout, QWidget *vPane, QObject *parent)
     // The elapsed time moves on even while the engine is silent.
     m_tick->setInterval(1000);
     connect(m_tick, &QTimer::timeout, this, &RunWatch::refresh);
+    m_soon->setSingleShot(true);
+    m_soon->setInterval(kRefreshMs);
+    connect(m_soon, &QTimer::timeout, this, &RunWatch::refresh);
     connect(&CSettings::instance(), &CSettings::did_apply, m_chart, &WPsrChart::loadColors);
 }
 
@@ -64,9 +68,11 @@ void RunWatch::feed(const QString &vText)
         return;
     const RunMonitor::Phase before = m_monitor.phase();
     m_monitor.feed(vText, m_clock.elapsed());
-    // Drawn only when something changed: most pieces of output hold nothing to show.
-    if (m_monitor.psrSeries().size() != m_rowsShown || m_monitor.phase() != before)
-        refresh();
+    // Drawn only when something changed (most pieces of output hold nothing to show), and at
+    // most a few times a second however fast the engine prints.
+    if ((m_monitor.psrSeries().size() != m_rowsShown || m_monitor.phase() != before)
+        && !m_soon->isActive())
+        m_soon->start();
 }
 
 void RunWatch::finish(bool vStopped)
@@ -75,6 +81,7 @@ void RunWatch::finish(bool vStopped)
         return;
     m_monitor.finish(m_clock.elapsed(), vStopped);
     m_tick->stop();
+    m_soon->stop();
     refresh();
     m_line->hide();
     // The engine's closing warnings may name the PSR it warns above.

@@ -20,6 +20,9 @@ class RunWatch : public QObject
     Q_OBJECT
 public:
     // Places the line in vLayout before vPane, and the chart to the pane's right.
+    // How soon what the output told is shown.
+    static constexpr int kRefreshMs = 200;
+
     RunWatch(QBoxLayout *vLayout, QWidget *vPane, QObject *parent);
 
     // The length of the next run, from its script; or not known (another program's run).
@@ -45,6 +48,7 @@ private:
     QLabel *m_line = nullptr;
     WPsrChart *m_chart = nullptr;
     QTimer *m_tick = nullptr;
+    QTimer *m_soon = nullptr;
     qsizetype m_rowsShown = 0;
 };
 

@@ -137,11 +137,11 @@ void WPsrChart::paintEvent(QPaintEvent *)
     };
     yLabel(f.yMin, text);
     yLabel(f.yMax, text);
-    guide(RunMonitor::kConventionalPsr, m_guideColor, Qt::DashLine);
-    if (std::abs(m_warningPsr - RunMonitor::kConventionalPsr) > 1e-9)
+    // One dashed line when the engine warns above the conventional PSR itself.
+    const bool ownLimit = std::abs(m_warningPsr - RunMonitor::kConventionalPsr) > 1e-9;
+    guide(RunMonitor::kConventionalPsr, ownLimit ? m_guideColor : m_warningColor, Qt::DashLine);
+    if (ownLimit)
         guide(m_warningPsr, m_warningColor, Qt::SolidLine);
-    else
-        guide(m_warningPsr, m_warningColor, Qt::DashLine);
 
     painter.setPen(text);
     painter.drawText(QRectF(r.left(), r.bottom() + 1, r.width(), kBottom - 1),
