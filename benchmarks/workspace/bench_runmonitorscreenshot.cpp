@@ -4,7 +4,8 @@
 //
 //   xvfb-run -a -s "-screen 0 1280x800x24" build/benchmarks/bench_runmonitorscreenshot docs
 //
-// writes docs/run-monitor.png.
+// writes docs/run-monitor.png; with --dark as second argument, run-monitor-dark.png in the
+// studio's dark colours instead.
 
 #include "screenshots.h"
 #include "testmain.h"
@@ -27,7 +28,8 @@ int main(int argc, char *argv[])
     TestEnvironment environment;
     QApplication app(argc, argv);
     QApplication::setStyle(QStyleFactory::create("Fusion"));
-    QApplication::setPalette(QApplication::style()->standardPalette());
+    const bool dark = argc > 2 && qstrcmp(argv[2], "--dark") == 0;
+    QApplication::setPalette(dark ? studioDarkPalette() : QApplication::style()->standardPalette());
     const QDir folder = shotFolder(argc, argv);
     const QString bin = QCoreApplication::applicationDirPath() + QStringLiteral("/../bin");
     const QString chapter = bin + QStringLiteral("/User Guide Examples/1.3-Watching a Long Run");
@@ -37,7 +39,7 @@ int main(int argc, char *argv[])
                     work.filePath(QLatin1String(name)));
     CSettings &settings = CSettings::instance();
     settings.setCommandLineToolName(bin + QStringLiteral("/tovrel"));
-    settings.setDarkModeSet(false);
+    settings.setDarkModeSet(dark);
     settings.setVerticalLayout(true);
     settings.apply();
 
@@ -56,7 +58,9 @@ int main(int argc, char *argv[])
         QTest::qWait(20);
     QTest::qWait(150);
     const bool ok = document.isRunning()
-        && saveShot(document, folder.filePath(QStringLiteral("run-monitor.png")));
+        && saveShot(document,
+                    folder.filePath(dark ? QStringLiteral("run-monitor-dark.png")
+                                         : QStringLiteral("run-monitor.png")));
     std::printf("%s\n", qPrintable(document.runWatch()->progressLine()->text()));
     document.on_stop();
     return ok ? 0 : 1;

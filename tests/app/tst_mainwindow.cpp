@@ -24,7 +24,8 @@
 #include <QInputDialog>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMdiSubWindow>
+#include <QMdiArea>
+#include <QTabBar>
 #include <QSignalSpy>
 #include <QTextBlock>
 #include <QToolButton>
@@ -598,14 +599,14 @@ private Q_SLOTS:
         Workspace *document = window().activeDocument();
         QVERIFY(document);
         auto *marks = window().findChild<RunMarks *>();
-        QMdiSubWindow *tab = window().findChildren<QMdiSubWindow *>().constFirst();
+        const QTabBar *tabs = window().findChild<QMdiArea *>()->findChild<QTabBar *>();
         QStringList seen;
         connect(document, &Workspace::runningChanged, this, [&](bool vRunning) {
             seen << QString("%1 %2 %3 %4")
                         .arg(vRunning)
                         .arg(marks->label()->isVisibleTo(&window()))
                         .arg(marks->label()->text())
-                        .arg(tab->windowIcon().cacheKey() == marks->runningIcon().cacheKey());
+                        .arg(tabs->tabIcon(0).cacheKey() == marks->runningIcon().cacheKey());
         });
         QSignalSpy finished(document, &Workspace::process_finished);
         document->on_run();
