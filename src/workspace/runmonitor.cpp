@@ -56,10 +56,12 @@ bool readPsr(QStringView vWord, double *vValue)
     return ok;
 }
 
-// Where the line starting at vFrom ends (its line feed or carriage return), or -1.
-qsizetype lineEnd(QStringView vText, qsizetype vFrom)
+// Where the line starting at vFrom ends (its line feed or, when vCr, carriage return), or -1.
+qsizetype lineEnd(QStringView vText, qsizetype vFrom, bool vCr)
 {
     const qsizetype feed = vText.indexOf(u'\n', vFrom);
+    if (!vCr)
+        return feed;
     const QStringView line = vText.mid(vFrom, feed < 0 ? vText.size() - vFrom : feed - vFrom);
     const qsizetype cr = line.indexOf(u'\r');
     return cr < 0 ? feed : vFrom + cr;
@@ -93,7 +95,9 @@ void RunMonitor::feed(QStringView vText, qint64 vNowMs)
     if (m_afterCr && vText.startsWith(u'\n'))
         from = 1;
     m_afterCr = false;
-    for (qsizetype end = lineEnd(vText, from); end >= 0; end = lineEnd(vText, from)) {
+    // Looked for once: most output has no carriage returns at all.
+    const bool cr = vText.contains(u'\r');
+    for (qsizetype end = lineEnd(vText, from, cr); end >= 0; end = lineEnd(vText, from, cr)) {
         const QStringView piece = vText.mid(from, end - from);
         from = end + 1;
         if (vText.at(end) == u'\r') {
@@ -228,8 +232,8 @@ bool RunMonitor::readPsrRow(QStringView vLine, PsrRow *vRow)
     PsrRow row;
     qint64 parameter = 0;
     if (!readCount(first, &row.first) || !readCount(nextWord(vLine, &at), &row.last)
-        || !readPsr(nextWord(vLine, &at), &row.psr)
-        || !readCount(nextWord(vLine, &at), &parameter) || row.last < row.first)
+        || !readPsr(nextWord(vLine, &at), &row.psr) || !readCount(nextWord(vLine, &at), &parameter)
+        || row.last < row.first)
         return false;
     row.parameter = int(parameter);
     row.name = vLine.mid(at).trimmed().toString();
