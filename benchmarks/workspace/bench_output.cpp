@@ -16,6 +16,7 @@
 #include "workspace/runmonitor.h"
 #include "workspace/runwatch.h"
 #include "workspace/woutputpane.h"
+#include "workspace/wpsrchart.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -150,7 +151,9 @@ Result stream(const QString &vMode, qsizetype vChars)
             watch->expectScript(QStringLiteral("BURN: 2000; ITERATIONS: 10000;"));
             watch->start();
         }
-        host.resize(1160, 500);
+        // The chart comes beside the pane: the window grows by its width, so the pane keeps the
+        // same size (a narrower pane scrolls sideways, which costs by itself).
+        host.resize(monitored ? 1160 + WPsrChart().sizeHint().width() + 2 : 1160, 500);
         host.show();
     }
     if (highlighted && (naive || eager))
