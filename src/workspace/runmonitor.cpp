@@ -113,7 +113,7 @@ void RunMonitor::feed(QStringView vText, qint64 vNowMs)
         } else {
             m_partial += piece;
             readLine(m_partial, vNowMs);
-            m_partial.clear();
+            m_partial.resize(0); // keeps its room for the next piece's unfinished line
         }
     }
     if (m_skipping || from == vText.size())
