@@ -132,8 +132,8 @@ Result stream(const QString &vMode, qsizetype vChars)
     const bool eager = vMode.startsWith(QLatin1String("eager"));
     const bool monitored = vMode.startsWith(QLatin1String("monitor"));
 
-    // The batched pane sits in a window of the same size with or without the run's progress
-    // line and chart, so the monitor's variant differs from "highlight" by the monitor alone.
+    // The batched pane sits in a window with or without the run's progress line and chart, at
+    // the same size, so the monitor's variant differs from "highlight" by the monitor alone.
     // Made before the pane it holds, so it goes after it.
     QWidget host;
     WOutputPane batched;
