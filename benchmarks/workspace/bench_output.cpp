@@ -4,13 +4,19 @@
 //
 //   bench_output              run every variant (add --naive for the unbatched baselines)
 //   bench_output --mode M     run one variant: plain, highlight, nolinks-highlight (links to
-//                             script lines off), eager-highlight, naive-plain, naive-highlight
+//                             script lines off), eager-highlight, monitor-highlight (the run's
+//                             progress line and PSR chart follow the output as in a document),
+//                             naive-plain, naive-highlight
 //   --megabytes N             amount of output (default 20)
 //   --rounds N                rounds of every variant, the median is reported (default 5)
+//   --modes A,B               run only these variants
 
 #include "testmain.h"
 #include "workspace/outputhighlighter.h"
+#include "workspace/runmonitor.h"
+#include "workspace/runwatch.h"
 #include "workspace/woutputpane.h"
+#include "workspace/wpsrchart.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -19,9 +25,11 @@
 #include <QRandomGenerator>
 #include <QScrollBar>
 #include <QTextCursor>
+#include <QVBoxLayout>
 
 #include <algorithm>
 #include <cstdio>
+#include <ctime>
 
 namespace {
 
@@ -57,11 +65,14 @@ QString iterationRow(QRandomGenerator &vRandom, int vIteration)
 QString interlude(int vIteration)
 {
     return QStringLiteral("\nBURN-IN POTENTIAL SCALE REDUCTION (PSR) OUTPUT:\n\n"
+                          "  %2 to %1   1.0%3   7  Std. x2\n"
                           "  WARNING: PSR above 1.1 at iteration %1 for parameter 7.\n"
                           "  ERROR: none  NOTE: see the manual\n"
                           "ERROR: script 'model.imp', line 12: MODEL needs predictors.\n"
                           "  Dependent Variable: reading\n\nITERATION HISTORY\n")
-        .arg(vIteration);
+        .arg(vIteration)
+        .arg(vIteration / 2 + 1)
+        .arg(vIteration % 97, 2, 10, QLatin1Char('0'));
 }
 
 // Headings, variable lines, warnings and long runs of iteration history, as the engine writes.
@@ -93,9 +104,19 @@ qint64 peakMemoryKiB()
     return -1;
 }
 
+// Processor time of this process: unlike the wall clock, it barely moves with the load others put
+// on the machine.
+double cpuSeconds()
+{
+    timespec now {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return double(now.tv_sec) + double(now.tv_nsec) / 1e9;
+}
+
 struct Result
 {
     double totalSeconds = 0;
+    double cpuSeconds = 0;
     double longestStallMs = 0;
     qint64 peakKiB = 0;
     qsizetype chars = 0;
@@ -109,12 +130,32 @@ Result stream(const QString &vMode, qsizetype vChars)
     const bool highlighted = vMode.endsWith(QLatin1String("highlight"));
     // The batched pane with a highlighter that colours every line as it arrives.
     const bool eager = vMode.startsWith(QLatin1String("eager"));
+    const bool monitored = vMode.startsWith(QLatin1String("monitor"));
 
+    // The batched pane sits in a window with or without the run's progress line and chart, at
+    // the same size, so the monitor's variant differs from "highlight" by the monitor alone.
+    // Made before the pane it holds, so it goes after it.
+    QWidget host;
     WOutputPane batched;
     QPlainTextEdit direct;
     QPlainTextEdit &pane = naive ? direct : batched;
-    pane.resize(900, 500);
-    pane.show();
+    RunWatch *watch = nullptr;
+    if (naive) {
+        pane.resize(900, 500);
+        pane.show();
+    } else {
+        auto *layout = new QVBoxLayout(&host);
+        layout->addWidget(&batched);
+        if (monitored) {
+            watch = new RunWatch(layout, &batched, &host);
+            watch->expectScript(QStringLiteral("BURN: 2000; ITERATIONS: 10000;"));
+            watch->start();
+        }
+        // The chart comes beside the pane: the window grows by its width, so the pane keeps the
+        // same size (a narrower pane scrolls sideways, which costs by itself).
+        host.resize(monitored ? 1160 + WPsrChart().sizeHint().width() + 2 : 1160, 500);
+        host.show();
+    }
     if (highlighted && (naive || eager))
         new OutputHighlighter(pane.document());
     else if (highlighted) {
@@ -136,6 +177,7 @@ Result stream(const QString &vMode, qsizetype vChars)
     qint64 longest = 0;
     QElapsedTimer total;
     QElapsedTimer step;
+    const double cpuStart = cpuSeconds();
     total.start();
     for (qsizetype at = 0; at < output.size(); at += kChunkChars) {
         const QString chunk = output.mid(at, kChunkChars);
@@ -144,17 +186,22 @@ Result stream(const QString &vMode, qsizetype vChars)
             appendDirect(chunk);
         else
             batched.appendText(chunk);
+        if (watch)
+            watch->feed(chunk);
         longest = std::max(longest, step.nsecsElapsed());
         step.start();
         QCoreApplication::processEvents();
         longest = std::max(longest, step.nsecsElapsed());
     }
     step.start();
+    if (watch)
+        watch->finish(false);
     if (!naive)
         batched.flush();
     QCoreApplication::processEvents();
     longest = std::max(longest, step.nsecsElapsed());
     result.totalSeconds = double(total.nsecsElapsed()) / 1e9;
+    result.cpuSeconds = cpuSeconds() - cpuStart;
     result.longestStallMs = double(longest) / 1e6;
     result.peakKiB = peakMemoryKiB();
     result.chars = pane.document()->characterCount();
@@ -169,9 +216,39 @@ Result stream(const QString &vMode, qsizetype vChars)
 int runOne(const QString &vMode, qsizetype vChars)
 {
     const Result r = stream(vMode, vChars);
-    std::printf("RESULT %s %.3f %.1f %lld %d\n", qPrintable(vMode), r.totalSeconds,
-                r.longestStallMs, static_cast<long long>(r.peakKiB), r.blocks);
+    std::printf("RESULT %s %.3f %.1f %lld %d %.3f\n", qPrintable(vMode), r.totalSeconds,
+                r.longestStallMs, static_cast<long long>(r.peakKiB), r.blocks, r.cpuSeconds);
     return 0;
+}
+
+// The monitor's own reading of the output, without any widget: the whole output in the same
+// pieces, and the longest single piece.
+void measureReading(qsizetype vChars, int vRounds)
+{
+    const QString output = engineOutput(vChars);
+    QList<double> totals;
+    QList<double> longest;
+    for (int round = 0; round < vRounds; ++round) {
+        RunMonitor monitor;
+        monitor.start({2000, 10000, 2}, 0);
+        QElapsedTimer total;
+        QElapsedTimer step;
+        qint64 slowest = 0;
+        const double cpuStart = cpuSeconds();
+        total.start();
+        for (qsizetype at = 0; at < output.size(); at += kChunkChars) {
+            step.start();
+            monitor.feed(QStringView(output).mid(at, kChunkChars), total.elapsed());
+            slowest = std::max(slowest, step.nsecsElapsed());
+        }
+        totals.append((cpuSeconds() - cpuStart) * 1e3);
+        longest.append(double(slowest) / 1e6);
+    }
+    std::sort(totals.begin(), totals.end());
+    std::sort(longest.begin(), longest.end());
+    std::printf("run monitor alone reads it in %.1f ms of processor time, at most %.2f ms for one "
+                "piece (median of %d)\n",
+                totals.at(totals.size() / 2), longest.at(longest.size() / 2), vRounds);
 }
 
 // One child process per variant and round; rounds alternate the variants so that load from
@@ -191,7 +268,7 @@ int runAll(const QStringList &vModes, int vMegabytes, int vRounds)
                          QString::number(vMegabytes)});
             child.waitForFinished(-1);
             const QList<QByteArray> fields = child.readAllStandardOutput().trimmed().split(' ');
-            if (fields.size() == 6 && fields.at(0) == "RESULT")
+            if (fields.size() == 7 && fields.at(0) == "RESULT")
                 results[mode].append(fields);
         }
     }
@@ -205,15 +282,16 @@ int runAll(const QStringList &vModes, int vMegabytes, int vRounds)
             values.append(fields.at(vField).toDouble());
         return values;
     };
-    std::printf("%-16s %10s %18s %14s %10s\n", "variant", "total s", "longest stall ms", "peak MiB",
-                "lines");
+    std::printf("%-18s %8s %8s %18s %10s %8s\n", "variant", "total s", "cpu s", "longest stall ms",
+                "peak MiB", "lines");
     for (const QString &mode : vModes) {
         if (results.value(mode).isEmpty()) {
             std::printf("%-16s failed\n", qPrintable(mode));
             continue;
         }
-        std::printf("%-16s %10.3f %18.1f %14.1f %10s\n", qPrintable(mode), median(column(mode, 2)),
-                    median(column(mode, 3)), median(column(mode, 4)) / 1024.0,
+        std::printf("%-18s %8.3f %8.3f %18.1f %10.1f %8s\n", qPrintable(mode),
+                    median(column(mode, 2)), median(column(mode, 6)), median(column(mode, 3)),
+                    median(column(mode, 4)) / 1024.0,
                     results.value(mode).first().at(5).constData());
     }
     const double plain = median(column(QStringLiteral("plain"), 2));
@@ -221,6 +299,17 @@ int runAll(const QStringList &vModes, int vMegabytes, int vRounds)
     if (plain > 0 && highlighted > 0)
         std::printf("\nhighlighter adds %.1f %% to the unhighlighted time (allowed: 25 %%)\n",
                     100.0 * (highlighted / plain - 1.0));
+    const double monitored = median(column(QStringLiteral("monitor-highlight"), 2));
+    if (highlighted > 0 && monitored > 0)
+        std::printf("run monitor adds %.1f %% to the highlighted time, %.1f %% to its processor "
+                    "time (allowed: 5 %%)\n",
+                    100.0 * (monitored / highlighted - 1.0),
+                    100.0
+                        * (median(column(QStringLiteral("monitor-highlight"), 6))
+                               / median(column(QStringLiteral("highlight"), 6))
+                           - 1.0));
+    if (vModes.contains(QStringLiteral("monitor-highlight")))
+        measureReading(qsizetype(vMegabytes) * 1024 * 1024, vRounds);
     return 0;
 }
 
@@ -239,9 +328,13 @@ int main(int argc, char *argv[])
     if (modeAt > 0 && modeAt + 1 < arguments.size())
         return runOne(arguments.at(modeAt + 1), qsizetype(megabytes) * 1024 * 1024);
     QStringList modes {QStringLiteral("plain"), QStringLiteral("highlight"),
-                       QStringLiteral("nolinks-highlight"), QStringLiteral("eager-highlight")};
+                       QStringLiteral("nolinks-highlight"), QStringLiteral("eager-highlight"),
+                       QStringLiteral("monitor-highlight")};
     if (arguments.contains(QStringLiteral("--naive")))
         modes << QStringLiteral("naive-plain") << QStringLiteral("naive-highlight");
+    const qsizetype modesAt = arguments.indexOf(QStringLiteral("--modes"));
+    if (modesAt > 0 && modesAt + 1 < arguments.size())
+        modes = arguments.at(modesAt + 1).split(QLatin1Char(','));
     const qsizetype roundsAt = arguments.indexOf(QStringLiteral("--rounds"));
     const int rounds = roundsAt > 0 && roundsAt + 1 < arguments.size()
         ? std::max(1, arguments.at(roundsAt + 1).toInt())

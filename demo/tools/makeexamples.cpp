@@ -81,5 +81,14 @@ int main(int argc, char **argv)
              "VARIABLES: math ses school;"
              "SIMULATE: clusters = 150 size = 12 coefficients = 50 3 residual = 36"
              " covariance = 16 2 4 missing = ses 0.1;");
+    // Large and nearly collinear with most predictor values missing: a run of some seconds
+    // whose PSR starts well above 1.1.
+    SimData::Settings longRun = SimData::slowlyMixing();
+    longRun.rows = 3000;
+    longRun.correlation = 0.998;
+    longRun.outcomeMissing = 0.1;
+    longRun.predictorMissing = 0.9;
+    longRun.seed = 13;
+    make(root / "1.3-Watching a Long Run" / "long.dat", longRun);
     return 0;
 }

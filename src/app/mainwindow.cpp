@@ -9,6 +9,7 @@
 #include "editor/wsyntaxeditor.h"
 #include "examplecatalog.h"
 #include "import/vimport.h"
+#include "runmarks.h"
 #include "singleinstance.h"
 #include "studioextras.h"
 #include "studioinfo.h"
@@ -56,6 +57,7 @@ MainWindow::MainWindow(QWidget *parent)
     m_safety = new DocumentSafety(this);
     m_actions = new DocumentActions(ui->mdiArea);
     connect(m_actions, &DocumentActions::currentChanged, m_extras, &StudioExtras::follow);
+    m_runMarks = new RunMarks(statusBar(), this);
     // One import window, kept once made; each script it creates is a new document.
     connect(ui->actionImport, &QAction::triggered, this, [this] {
         auto *importer = findChild<VImport *>();
@@ -182,6 +184,7 @@ QMdiSubWindow *MainWindow::addDocument(Workspace *vDocument)
             entry->setShortcuts({});
     m_extras->watch(vDocument);
     m_safety->watch(vDocument);
+    m_runMarks->watch(vDocument, sub);
     // The tab follows the document's title, and "Go to tab..." with it.
     connect(vDocument, &QWidget::windowTitleChanged, this, &MainWindow::rebuildTabMenu);
     connect(vDocument->editor()->document(), &QTextDocument::modificationChanged, this,

@@ -8,6 +8,7 @@ class DocumentSafety;
 class DocumentActions;
 class QCloseEvent;
 class QMdiSubWindow;
+class RunMarks;
 class StudioExtras;
 class VSettings;
 class Workspace;
@@ -98,6 +99,7 @@ private:
     Ui::MainWindow *ui;
     StudioExtras *m_extras = nullptr;
     DocumentSafety *m_safety = nullptr;
+    RunMarks *m_runMarks = nullptr;
     QPointer<VSettings> m_preferences;
     DocumentActions *m_actions = nullptr;
     int m_documentCount = 0;

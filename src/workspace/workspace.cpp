@@ -18,6 +18,7 @@
 #include "plots/waitingspinnerwidget.h"
 #include "plots/wgraphpanel.h"
 #include "processhandling.h"
+#include "runwatch.h"
 #include "woutputpane.h"
 
 #include <QCloseEvent>
@@ -101,6 +102,8 @@ Workspace::Workspace(QWidget *parent)
         ui->te_SyntaxEditor->setFocus();
     });
     ui->te_Out->setHighlighter(new OutputHighlighter(ui->te_Out->document()));
+    m_runWatch = new RunWatch(ui->outLayout, ui->te_Out, this);
+    connect(m_runWatch, &RunWatch::runningChanged, this, &Workspace::runningChanged);
     ui->dockOut->installEventFilter(this);
     ui->dockGraph->installEventFilter(this);
     ui->dockGraph->hide();
@@ -170,6 +173,8 @@ Workspace::Workspace(QWidget *parent)
 
 Workspace::~Workspace()
 {
+    // A document being destroyed reports no end of its run: its tab is going as well.
+    m_runWatch->disconnect(this);
     shutDown();
 }
 
@@ -446,6 +451,7 @@ void Workspace::shutDown()
         engine->waitForFinished(kReapTimeoutMs);
     }
     m_running = false;
+    m_runWatch->finish(true);
     delete m_graphing;
     delete m_spinner;
     delete m_plotSpinner;
@@ -694,12 +700,14 @@ void Workspace::on_run()
     m_fullOutput.clear();
     if (ui->te_SyntaxEditor->syntaxMode() == SyntaxMode::Mplus) {
         m_lastRunMplus = true;
+        m_runWatch->expectUnknown();
         m_runner->runMplus(m_scriptPath, outputPath());
         return;
     }
     m_lastRunMplus = false;
     renewTemporaryFolder();
     evaluatePlotRequests();
+    m_runWatch->expectScript(ui->te_SyntaxEditor->toPlainText());
     if (m_tempDir->isValid())
         m_runner->run(m_executable, m_scriptPath, outputPath(), m_tempDir->path());
     else
@@ -745,6 +753,7 @@ void Workspace::processStarted()
     if (palette().color(QPalette::Window).lightnessF() <= 0.5)
         m_spinner->setColor(QColor(QStringLiteral("white")));
     m_spinner->start();
+    m_runWatch->start();
 }
 
 void Workspace::processSendOut(const QString &vData)
@@ -753,6 +762,7 @@ void Workspace::processSendOut(const QString &vData)
         ui->actionOutput->setChecked(true);
     Q_EMIT output_receieved();
     ui->te_Out->appendText(vData);
+    m_runWatch->feed(vData);
 }
 
 void Workspace::processSendErr(const QString &vData)
@@ -777,6 +787,7 @@ void Workspace::processFinished(int exitCode)
     ui->actionStop->setEnabled(false);
     qDebug("Finished(%d)", exitCode);
     delete m_spinner;
+    m_runWatch->finish(false);
 
     const bool failed = exitCode != 0 || m_runner->process()->exitStatus() == QProcess::CrashExit;
     m_fullOutput = ui->te_Out->utf8Text();
@@ -824,6 +835,7 @@ void Workspace::on_stop()
 {
     if (m_running) {
         m_stoppedByUser = true;
+        m_runWatch->finish(true);
         m_runner->stop();
         ui->te_Out->appendText(QStringLiteral("\n\nTovrel stopped by user."));
     }
@@ -845,6 +857,7 @@ void Workspace::processErrorOccured(QProcess::ProcessError error)
         ui->actionRun->setEnabled(true);
         ui->actionStop->setEnabled(false);
         delete m_spinner;
+        m_runWatch->finish(true);
         Q_EMIT process_finished();
     }
     // After the run's end has been handled, so the document is idle while the box waits.

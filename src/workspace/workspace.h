@@ -14,6 +14,7 @@ class GraphingEngine;
 class PlotSettings;
 class QDockWidget;
 class ProcessHandling;
+class RunWatch;
 class QAction;
 class QCloseEvent;
 class QResizeEvent;
@@ -69,6 +70,7 @@ public:
     PlotSettings *plotSettings() const { return m_plotSettings; }
     WConvergencePanel *convergencePanel() const { return m_convergence; }
     QDockWidget *convergenceDock() const { return m_convergenceDock; }
+    RunWatch *runWatch() const { return m_runWatch; }
 
     // The document's own actions behind the states the main window mirrors: Run and Stop
     // enabled, output and plot panes shown, auto plot and the find bar checked. stateChanged()
@@ -91,6 +93,8 @@ Q_SIGNALS:
     void stateChanged();
     // The document agreed to close: its changes were saved or knowingly discarded.
     void did_close();
+    // A run began or ended (stopped, finished or failed).
+    void runningChanged(bool vRunning);
 
 public Q_SLOTS:
     void on_new();
@@ -209,6 +213,7 @@ private:
     WConvergencePanel *m_convergence = nullptr;
     QDockWidget *m_convergenceDock = nullptr;
     bool m_closeConfirmed = false;
+    RunWatch *m_runWatch = nullptr;
 };
 
 #endif // WORKSPACE_H

@@ -1,5 +1,6 @@
 #include "app/mainwindow.h"
 #include "app/recentfiles.h"
+#include "app/runmarks.h"
 #include "app/studioextras.h"
 #include "app/studioinfo.h"
 #include "config/csettings.h"
@@ -14,13 +15,17 @@
 #include "testfiles.h"
 #include "testmain.h"
 #include "workspace/outputhighlighter.h"
+#include "workspace/runwatch.h"
 #include "workspace/scriptlinelinks.h"
 #include "workspace/workspace.h"
 #include "workspace/woutputpane.h"
+#include "workspace/wpsrchart.h"
 #include <QAbstractTextDocumentLayout>
 #include <QInputDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMdiArea>
+#include <QTabBar>
 #include <QSignalSpy>
 #include <QTextBlock>
 #include <QToolButton>
@@ -29,6 +34,7 @@
 #include <QMenu>
 #include <QProcess>
 #include <QScreen>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QShortcut>
 #include <QTemporaryDir>
@@ -628,6 +634,52 @@ private Q_SLOTS:
         QTest::mouseClick(pane->viewport(), Qt::LeftButton, {}, pane->cursorRect(at).center());
         QCOMPARE(document->editor()->textCursor().blockNumber(), 2);
         QTRY_VERIFY(document->editor()->hasFocus());
+    }
+
+    // A real run of the slow-convergence example: while it runs its tab carries the running
+    // mark and the status bar counts it; afterwards the chart holds one point per row of the
+    // PSR table in the output, at the row's last iteration and highest PSR.
+    void runShowsItsProgressAndPsrChart()
+    {
+        CSettings::instance().setCommandLineToolName(qEnvironmentVariable("TOVREL_TEST_BIN_DIR")
+                                                     + "/tovrel");
+        const QString example = "1.1-Potential Scale Reduction";
+        const QDir source(qEnvironmentVariable("TOVREL_TEST_BIN_DIR") + "/User Guide Examples/"
+                          + example);
+        QVERIFY2(source.exists("slow_convergence.imp"), qPrintable(source.path()));
+        QDir().mkpath(m_dir.filePath(example));
+        for (const QString &name : source.entryList(QDir::Files))
+            QVERIFY(QFile::copy(source.filePath(name), m_dir.filePath(example + "/" + name)));
+        window().on_open(m_dir.filePath(example + "/slow_convergence.imp"));
+        Workspace *document = window().activeDocument();
+        QVERIFY(document);
+        auto *marks = window().findChild<RunMarks *>();
+        const QTabBar *tabs = window().findChild<QMdiArea *>()->findChild<QTabBar *>();
+        QStringList seen;
+        connect(document, &Workspace::runningChanged, this, [&](bool vRunning) {
+            seen << QString("%1 %2 %3 %4")
+                        .arg(vRunning)
+                        .arg(marks->label()->isVisibleTo(&window()))
+                        .arg(marks->label()->text())
+                        .arg(tabs->tabIcon(0).cacheKey() == marks->runningIcon().cacheKey());
+        });
+        QSignalSpy finished(document, &Workspace::process_finished);
+        document->on_run();
+        QVERIFY(!finished.isEmpty() || finished.wait(60000));
+        QCOMPARE(seen, QStringList({"1 1 1 document running 1", "0 0 0 documents running 0"}));
+        QVERIFY(!document->runWatch()->progressLine()->isVisibleTo(document));
+
+        static const QRegularExpression row(R"(^ +(\d+) to (\d+) +([\d.]+) +\d+ )",
+                                            QRegularExpression::MultilineOption);
+        QList<QPointF> rows;
+        for (auto match = row.globalMatch(document->iterationHistory()); match.hasNext();) {
+            const QRegularExpressionMatch found = match.next();
+            rows << QPointF(found.captured(2).toDouble(), found.captured(3).toDouble());
+        }
+        QVERIFY(rows.size() >= 10);
+        WPsrChart *chart = document->runWatch()->chart();
+        QCOMPARE(chart->points(), rows);
+        QVERIFY(chart->isVisibleTo(document));
     }
 };
 

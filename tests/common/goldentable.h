@@ -7,8 +7,8 @@
 
 // The rows of a data-driven test kept in a text file beside the test, one row a line: fields
 // apart by blanks, the first naming the row. A field holding blanks, or nothing, is written in
-// double quotes, inside which \n, \t, \" and \\ stand for a line break, a tab, a quote and a
-// backslash. Lines starting with "#" and blank lines are comments.
+// double quotes, inside which \n, \r, \t, \" and \\ stand for a line break, a carriage return,
+// a tab, a quote and a backslash. Lines starting with "#" and blank lines are comments.
 inline QList<QStringList> readTable(const QString &vPath)
 {
     QFile file(vPath);
@@ -33,7 +33,10 @@ inline QList<QStringList> readTable(const QString &vPath)
                 for (++i; i < line.size() && line.at(i) != '"'; ++i) {
                     if (line.at(i) == '\\' && i + 1 < line.size()) {
                         const QChar c = line.at(++i);
-                        field += c == 'n' ? QChar('\n') : c == 't' ? QChar('\t') : c;
+                        field += c == 'n' ? QChar('\n')
+                            : c == 'r'   ? QChar('\r')
+                            : c == 't'   ? QChar('\t')
+                                         : c;
                     } else {
                         field += line.at(i);
                     }

@@ -5,6 +5,7 @@
 #include "goldentable.h"
 #include "tablecell.h"
 #include "workspace/outputhighlighter.h"
+#include "workspace/runmonitor.h"
 #include "workspace/woutputpane.h"
 
 #include <QScrollBar>
@@ -45,6 +46,23 @@ void switchToDarkColors()
     Q_EMIT CSettings::instance().did_apply();
 }
 
+// A run monitor's rows as "first-last:PSR:parameter:name;...", and the PSR it warns above.
+QString describeRows(const RunMonitor &vMonitor)
+{
+    QStringList rows;
+    for (const RunMonitor::PsrRow &row : vMonitor.psrSeries())
+        rows << QStringLiteral("%1-%2:%3:%4:%5")
+                    .arg(row.first)
+                    .arg(row.last)
+                    .arg(QString::number(row.psr))
+                    .arg(row.parameter)
+                    .arg(row.name);
+    QString text = rows.isEmpty() ? QStringLiteral("-") : rows.join(';');
+    if (vMonitor.warningPsr() != RunMonitor::kConventionalPsr)
+        text += "|w" + QString::number(vMonitor.warningPsr());
+    return text;
+}
+
 } // namespace
 
 class TestOutputPane : public QObject
@@ -72,6 +90,33 @@ private Q_SLOTS:
         // A change of colours rebuilds the same rules in the new colours.
         switchToDarkColors();
         QCOMPARE(mask(document.firstBlock(), MSettings::darkColors()), expected);
+    }
+
+    // The run monitor reads progress from output cut anywhere; see the table for the steps.
+    void runMonitor_data()
+    {
+        addTableRows(QFINDTESTDATA("runmonitor.txt"), {"transcript", "line", "rows"});
+    }
+    void runMonitor()
+    {
+        RunMonitor monitor;
+        qint64 now = 0;
+        for (const QString &step : cells("transcript")) {
+            if (step.startsWith("!start")) {
+                const QStringList n = step.split(' ');
+                monitor.start({n.at(1).toLongLong(), n.at(2).toLongLong(), n.at(3).toInt()}, now);
+            } else if (step == "!stop" || step == "!end") {
+                monitor.finish(now, step == "!stop");
+            } else if (step.startsWith('@')) {
+                now = step.mid(1).toLongLong() * 1000;
+            } else if (step.startsWith('*')) {
+                monitor.feed(QString(step.mid(1).toInt(), 'x'), now);
+            } else {
+                monitor.feed(step, now);
+            }
+        }
+        QCOMPARE(monitor.summary(now), cell("line"));
+        QCOMPARE(describeRows(monitor), cell("rows"));
     }
 
     void piecesArriveWholeAndInOrder()

@@ -1,0 +1,212 @@
+#include "wpsrchart.h"
+
+#include "config/csettings.h"
+
+#include <QHelpEvent>
+#include <QPainter>
+#include <QPainterPath>
+#include <QToolTip>
+
+#include <cmath>
+
+namespace {
+constexpr double kLeft = 38;
+constexpr double kRight = 10;
+constexpr double kTop = 28;
+constexpr double kBottom = 18;
+constexpr double kPointRadius = 2.5;
+
+QString psrText(double vValue)
+{
+    return QString::number(vValue, 'f', 2);
+}
+} // namespace
+
+WPsrChart::WPsrChart(QWidget *parent)
+    : QWidget(parent)
+{
+    setObjectName(QStringLiteral("psrChart"));
+    setAccessibleName(tr("Highest PSR during the burn-in"));
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    loadColors();
+}
+
+void WPsrChart::setSeries(const QList<RunMonitor::PsrRow> &vRows, qint64 vBurn, double vWarningPsr)
+{
+    m_rows = vRows;
+    m_burn = vBurn;
+    m_warningPsr = vWarningPsr;
+    update();
+}
+
+void WPsrChart::clear()
+{
+    setSeries({}, -1, RunMonitor::kConventionalPsr);
+}
+
+QList<QPointF> WPsrChart::points() const
+{
+    QList<QPointF> drawn;
+    for (const RunMonitor::PsrRow &row : m_rows)
+        if (std::isfinite(row.psr))
+            drawn.append(QPointF(double(row.last), row.psr));
+    return drawn;
+}
+
+void WPsrChart::loadColors()
+{
+    const CSettings &settings = CSettings::instance();
+    const QVariantMap colors
+        = settings.darkModeSet() ? settings.highlightColorsDark() : settings.highlightColors();
+    const auto color = [&colors](const char *vRole) {
+        return colors.value(QLatin1String(vRole)).value<QColor>();
+    };
+    m_lineColor = color("function");
+    m_warningColor = color("warning");
+    m_guideColor = color("heading");
+    m_highColor = color("error");
+    update();
+}
+
+QSize WPsrChart::sizeHint() const
+{
+    return QSize(260, 170);
+}
+
+QSize WPsrChart::minimumSizeHint() const
+{
+    return QSize(160, 100);
+}
+
+WPsrChart::Frame WPsrChart::frame() const
+{
+    Frame f;
+    f.plot = QRectF(kLeft, kTop, width() - kLeft - kRight, height() - kTop - kBottom);
+    f.xMax = double(qMax<qint64>(m_burn, 1));
+    double highest = qMax(1.2, m_warningPsr * 1.05);
+    for (const QPointF &point : points()) {
+        f.xMax = qMax(f.xMax, point.x());
+        f.yMin = qMin(f.yMin, point.y());
+        highest = qMax(highest, point.y());
+    }
+    // A round top, so the scale does not twitch with every new row.
+    f.yMax = std::ceil(highest * 10.0 - 1e-9) / 10.0;
+    f.yMin = std::floor(f.yMin * 100.0 + 1e-9) / 100.0;
+    return f;
+}
+
+QPointF WPsrChart::place(const Frame &vFrame, double vX, double vY) const
+{
+    const QRectF &r = vFrame.plot;
+    return QPointF(r.left() + r.width() * vX / vFrame.xMax,
+                   r.bottom() - r.height() * (vY - vFrame.yMin) / (vFrame.yMax - vFrame.yMin));
+}
+
+void WPsrChart::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.fillRect(rect(), palette().base());
+    painter.setRenderHint(QPainter::Antialiasing);
+    QFont small = font();
+    small.setPointSizeF(small.pointSizeF() * 0.85);
+    painter.setFont(small);
+    const QColor text = palette().color(QPalette::Text);
+    const Frame f = frame();
+    const QRectF &r = f.plot;
+
+    painter.setPen(text);
+    painter.drawText(QRectF(4, 2, width() - 8, 16), Qt::AlignLeft | Qt::AlignVCenter,
+                     tr("Highest PSR"));
+    QColor faint = text;
+    faint.setAlphaF(0.35);
+    painter.setPen(QPen(faint, 1));
+    painter.drawRect(r);
+
+    const auto yLabel = [&](double vY, const QColor &vColor) {
+        painter.setPen(vColor);
+        const QPointF at = place(f, 0, vY);
+        painter.drawText(QRectF(0, at.y() - 8, kLeft - 4, 16), Qt::AlignRight | Qt::AlignVCenter,
+                         psrText(vY));
+    };
+    const auto guide = [&](double vY, const QColor &vColor, Qt::PenStyle vStyle) {
+        if (vY <= f.yMin || vY >= f.yMax)
+            return;
+        painter.setPen(QPen(vColor, 1.2, vStyle));
+        painter.drawLine(place(f, 0, vY), place(f, f.xMax, vY));
+        yLabel(vY, vColor);
+    };
+    yLabel(f.yMin, text);
+    yLabel(f.yMax, text);
+    // One dashed line when the engine warns above the conventional PSR itself.
+    const bool ownLimit = std::abs(m_warningPsr - RunMonitor::kConventionalPsr) > 1e-9;
+    guide(RunMonitor::kConventionalPsr, ownLimit ? m_guideColor : m_warningColor, Qt::DashLine);
+    if (ownLimit)
+        guide(m_warningPsr, m_warningColor, Qt::SolidLine);
+
+    painter.setPen(text);
+    painter.drawText(QRectF(r.left(), r.bottom() + 1, r.width(), kBottom - 1),
+                     Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("0"));
+    painter.drawText(QRectF(r.left(), r.bottom() + 1, r.width(), kBottom - 1),
+                     Qt::AlignRight | Qt::AlignVCenter, QString::number(qint64(f.xMax)));
+    painter.drawText(QRectF(r.left(), r.bottom() + 1, r.width(), kBottom - 1), Qt::AlignCenter,
+                     tr("iterations"));
+
+    const QList<QPointF> drawn = points();
+    if (drawn.isEmpty()) {
+        painter.setPen(faint);
+        painter.drawText(r, Qt::AlignCenter, tr("No PSR yet"));
+        return;
+    }
+    QPainterPath path;
+    path.moveTo(place(f, drawn.first().x(), drawn.first().y()));
+    for (const QPointF &point : drawn)
+        path.lineTo(place(f, point.x(), point.y()));
+    painter.setPen(QPen(m_lineColor, 1.5));
+    painter.drawPath(path);
+    painter.setPen(Qt::NoPen);
+    for (const QPointF &point : drawn) {
+        painter.setBrush(point.y() > m_warningPsr ? m_highColor : m_lineColor);
+        painter.drawEllipse(place(f, point.x(), point.y()), kPointRadius, kPointRadius);
+    }
+}
+
+int WPsrChart::rowNear(const QPoint &vPos) const
+{
+    const Frame f = frame();
+    int nearest = -1;
+    double best = 8.0; // pixels
+    for (int i = 0; i < m_rows.size(); ++i) {
+        if (!std::isfinite(m_rows.at(i).psr))
+            continue;
+        const QPointF at = place(f, double(m_rows.at(i).last), m_rows.at(i).psr);
+        const double distance = QLineF(at, vPos).length();
+        if (distance < best) {
+            best = distance;
+            nearest = i;
+        }
+    }
+    return nearest;
+}
+
+bool WPsrChart::event(QEvent *vEvent)
+{
+    if (vEvent->type() != QEvent::ToolTip)
+        return QWidget::event(vEvent);
+    auto *help = static_cast<QHelpEvent *>(vEvent);
+    const int i = rowNear(help->pos());
+    if (i < 0) {
+        QToolTip::hideText();
+        vEvent->ignore();
+        return true;
+    }
+    const RunMonitor::PsrRow &row = m_rows.at(i);
+    QToolTip::showText(help->globalPos(),
+                       tr("Iterations %1 to %2: highest PSR %3, parameter %4 %5")
+                           .arg(row.first)
+                           .arg(row.last)
+                           .arg(QString::number(row.psr, 'f', 3))
+                           .arg(row.parameter)
+                           .arg(row.name),
+                       this);
+    return true;
+}
