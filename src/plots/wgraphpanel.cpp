@@ -47,7 +47,8 @@ bool WGraphPanel::isDrawing() const
 
 void WGraphPanel::showPage(int vIndex)
 {
-    m_pager->showPage(vIndex);
+    if (vIndex >= 0 && vIndex < m_pager->count())
+        m_pager->showPage(vIndex);
 }
 
 int WGraphPanel::pageCount() const
@@ -63,12 +64,6 @@ int WGraphPanel::currentPage() const
 void WGraphPanel::clearPlots()
 {
     m_pager->unload();
-}
-
-void WGraphPanel::showPlot(int vIndex)
-{
-    if (vIndex >= 0 && vIndex < m_pager->count())
-        m_pager->showPage(vIndex);
 }
 
 void WGraphPanel::setBusy(bool vBusy)

@@ -32,13 +32,12 @@ public:
     // The drawing was stopped: the plots that arrived are all there will be.
     void stopArriving();
     bool isDrawing() const;
-    // Shows the plot at vIndex (from 0) among those ready, as paging there would.
+    // Shows the plot at vIndex (from 0) among those ready, as paging there would; any other
+    // index changes nothing.
     void showPage(int vIndex);
     int pageCount() const;
     int currentPage() const;
     void clearPlots();
-    // Shows plot vIndex (from 0) when there is one.
-    void showPlot(int vIndex);
     // While plots are being made the paging and save controls are off.
     void setBusy(bool vBusy);
     // Size of PNG and JPG exports, normally the document's plot settings.

@@ -1031,7 +1031,7 @@ void Workspace::setUpConvergence()
     m_convergenceDock->hide();
     connect(m_convergence, &WConvergencePanel::do_showParameter, this, [this](int vIndex) {
         on_plot(true);
-        m_graphPanel->showPlot(vIndex);
+        m_graphPanel->showPage(vIndex);
     });
     connect(m_convergence, &WConvergencePanel::did_fill, this, [this](bool vOk) {
         // Parameters that fail come to the front at once; a clean run stays behind the output.
