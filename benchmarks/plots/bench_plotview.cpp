@@ -9,6 +9,7 @@
 //   --pdf-only    measure (d) alone
 
 #include "config/executablepath.h"
+#include "plots/chainsplitter.h"
 #include "plots/plotscript.h"
 #include "plots/svgrender.h"
 #include "plots/wgraphpanel.h"
@@ -73,20 +74,29 @@ int savePdf(const QString &vDir)
     }
     timer.restart();
     qint64 gnuplotBytes = 0;
+    // gnuplot is fed as the studio feeds it, each plot from its own parameter's data.
+    ChainSplitter splitter;
+    if (!splitter.open(QDir(vDir).filePath(QStringLiteral("burn")), kChains, kParameters))
+        return 1;
+    while (!splitter.index(1 << 20)) { }
+    PlotScript script(kChains);
+    script.setSize(900, 400);
     for (int k = 1; k <= kParameters; ++k) {
-        PlotScript script(QDir(vDir).filePath(QStringLiteral("burn")), kChains);
-        script.setSize(900, 400);
+        const QString data = QDir(vDir).filePath(QStringLiteral("trace%1.dat").arg(k));
         const QString out = QDir(vDir).filePath(QStringLiteral("gnuplot%1.pdf").arg(k));
-        QString text = script.script(QStringLiteral("Parameter %1").arg(k), k + 1);
-        text.replace(QRegularExpression(QStringLiteral("set terminal svg[^;]*;")),
-                     QStringLiteral("set terminal pdfcairo size 12.5in,5.5556in; set output '%1';")
-                         .arg(out));
+        if (!splitter.write(k - 1, data))
+            return 1;
+        QString text = script.script(QStringLiteral("Parameter %1").arg(k), data, out);
+        text.replace(QRegularExpression(QStringLiteral("set terminal svg[^\\n]*")),
+                     QStringLiteral("set terminal pdfcairo size 12.5in,5.5556in"));
         QProcess gnuplot;
-        gnuplot.start(ExecutablePath::find(QStringLiteral("gnuplot")),
-                      {QStringLiteral("-e"), text});
+        gnuplot.start(ExecutablePath::find(QStringLiteral("gnuplot")), QStringList());
+        gnuplot.write(text.toUtf8());
+        gnuplot.closeWriteChannel();
         gnuplot.waitForFinished(60000);
         gnuplotBytes += QFileInfo(out).size();
         QFile::remove(out);
+        QFile::remove(data);
     }
     const double gnuplotMs = msSince(timer);
     std::printf("(d) saveAllPdf, %d pages: %.0f ms (%.0f ms of processor time, %.1f ms a page), "
