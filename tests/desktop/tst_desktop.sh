@@ -150,6 +150,12 @@ chmod +x "$work/slow-engine"
 "$work/build/bin/tovrel-studio" "$slow" >> "$shots/studio.log" 2>&1
 sleep 2
 key ctrl+r
+# The "#!" line names a program that is none of the user's engines: the studio asks first.
+waitfor 10 "a foreign program ran without a question" has_window "Warning!"
+test -s "$work/engine.pid" && fail "the program ran while its question was open"
+shot "foreign-program-asks-first"
+# Cancel has the focus; "Run" (this once) is two buttons before it.
+key_in "Warning!" shift+Tab shift+Tab space
 waitfor 20 "the slow engine did not start" test -s "$work/engine.pid"
 engine="$(cat "$work/engine.pid")"
 key ctrl+w

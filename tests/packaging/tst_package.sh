@@ -51,7 +51,9 @@ for program in "$work/root/usr/lib/tovrel-studio/tovrel-studio" "$work/root/usr/
     ldd "$program" > "$work/ldd" || fail "ldd $program"
     ! grep -q "not found" "$work/ldd" || fail "missing libraries: $(grep "not found" "$work/ldd")"
     for needed in $(objdump -p "$program" | awk '$1 == "NEEDED" { print $2 }'); do
-        library="$(awk -v name="$needed" '$1 == name { print $3 }' "$work/ldd")"
+        # ldd names the dynamic loader by its path alone ("/lib64/ld-linux-x86-64.so.2 (...)").
+        library="$(awk -v name="$needed" '$1 == name { print $3 } $1 ~ ("/" name "$") { print $1 }' \
+            "$work/ldd")"
         owner="$(owner_of "$library")" || fail "no package owns $library"
         [[ ", $depends," == *", $owner "* || ", $depends," == *", $owner,"* ]] \
             || fail "$program needs $library from $owner, which is not in Depends"; pass
