@@ -21,6 +21,12 @@ std::string centered(const std::string &text)
     return std::string(pad, ' ') + text;
 }
 
+// The rule above and below an estimates table: as wide as the name column and the six numbers.
+std::string estimateRule(std::size_t nameWidth)
+{
+    return "  " + std::string(nameWidth + 2 + 4 * 11 + 9 + 11, '-') + "\n";
+}
+
 std::string field(const std::string &label, const std::string &value)
 {
     return Text::format("  %-36s %s\n", (label + ":").c_str(), value.c_str());
@@ -220,7 +226,7 @@ std::string Report::estimates(const ParameterList &parameters,
     std::size_t nameWidth = 20;
     for (std::size_t i = 0; i < parameters.size(); ++i)
         nameWidth = std::max(nameWidth, parameters.at(i).argument.size() + 2);
-    const std::string rule = "  " + std::string(nameWidth + 2 + 4 * 11 + 9 + 11, '-') + "\n";
+    const std::string rule = estimateRule(nameWidth);
 
     std::string text = estimateTable(parameters, nameWidth, iterations, chains) + rule;
     text += "  Variances:\n";
@@ -262,7 +268,7 @@ std::string Report::multilevelEstimates(const ParameterList &parameters,
     std::size_t nameWidth = 22;
     for (std::size_t i = 0; i < parameters.size(); ++i)
         nameWidth = std::max(nameWidth, parameters.at(i).shortName.size() + 2);
-    const std::string rule = "  " + std::string(nameWidth + 2 + 4 * 11 + 9 + 11, '-') + "\n";
+    const std::string rule = estimateRule(nameWidth);
     auto row = [&](std::size_t i) {
         return estimateRow(parameters.at(i).shortName, estimates[i], nameWidth);
     };
