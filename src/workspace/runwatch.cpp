@@ -54,8 +54,11 @@ void RunWatch::start()
     m_clock.start();
     m_monitor.start(m_expected, 0);
     m_rowsShown = 0;
+    m_chartDrawn.invalidate();
     m_chart->clear();
-    m_chart->hide();
+    // The chart takes its room beside the pane now, while the pane is empty: narrowing the pane
+    // later would lay out again every line it holds by then.
+    m_chart->setVisible(m_expected.burn > 0);
     m_line->show();
     m_tick->start();
     refresh();
@@ -87,6 +90,8 @@ void RunWatch::finish(bool vStopped)
     // The engine's closing warnings may name the PSR it warns above.
     if (m_rowsShown > 0)
         m_chart->setSeries(m_monitor.psrSeries(), m_monitor.totals().burn, m_monitor.warningPsr());
+    else
+        m_chart->hide(); // a run without a PSR table leaves no empty chart behind
     Q_EMIT runningChanged(false);
 }
 
@@ -96,7 +101,13 @@ void RunWatch::refresh()
     m_line->setText(m_monitor.summary(now));
     if (m_monitor.psrSeries().size() == m_rowsShown)
         return;
+    // The first rows show at once; later ones wait for the chart's own pace (the ticking clock
+    // brings them) unless the run is over.
+    if (m_monitor.isRunning() && m_chartDrawn.isValid()
+        && !m_chartDrawn.hasExpired(kChartRefreshMs))
+        return;
+    m_chartDrawn.start();
     m_rowsShown = m_monitor.psrSeries().size();
     m_chart->setSeries(m_monitor.psrSeries(), m_monitor.totals().burn, m_monitor.warningPsr());
-    m_chart->setVisible(m_rowsShown > 0);
+    m_chart->show();
 }

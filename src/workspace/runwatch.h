@@ -11,9 +11,9 @@ class QLabel;
 class QTimer;
 class WPsrChart;
 
-// Shows a document's run as it goes: a slim progress line above the output pane and, once the
-// engine prints its burn-in PSR table, a chart of it beside the pane. The line goes when the
-// run ends; the chart stays until the next run. The output is read by a RunMonitor, so the
+// Shows a document's run as it goes: a slim progress line above the output pane and, for a run
+// with a burn-in, a chart of its PSR table beside the pane. The line goes when the run ends; the
+// chart stays until the next run. The output is read by a RunMonitor, so the
 // cost per piece of output is one pass over its characters.
 class RunWatch : public QObject
 {
@@ -22,6 +22,9 @@ public:
     // Places the line in vLayout before vPane, and the chart to the pane's right.
     // How soon what the output told is shown.
     static constexpr int kRefreshMs = 200;
+    // The chart is redrawn less often: an engine printing its table in a flood would otherwise
+    // cost a full repaint of it several times a second.
+    static constexpr int kChartRefreshMs = 1000;
 
     RunWatch(QBoxLayout *vLayout, QWidget *vPane, QObject *parent);
 
@@ -45,6 +48,7 @@ private:
     RunMonitor m_monitor;
     RunMonitor::Totals m_expected;
     QElapsedTimer m_clock;
+    QElapsedTimer m_chartDrawn;
     QLabel *m_line = nullptr;
     WPsrChart *m_chart = nullptr;
     QTimer *m_tick = nullptr;

@@ -4,7 +4,6 @@
 
 #include <QHelpEvent>
 #include <QPainter>
-#include <QPainterPath>
 #include <QToolTip>
 
 #include <cmath>
@@ -157,16 +156,56 @@ void WPsrChart::paintEvent(QPaintEvent *)
         painter.drawText(r, Qt::AlignCenter, tr("No PSR yet"));
         return;
     }
-    QPainterPath path;
-    path.moveTo(place(f, drawn.first().x(), drawn.first().y()));
-    for (const QPointF &point : drawn)
-        path.lineTo(place(f, point.x(), point.y()));
+    // A flood of rows (a long burn-in printing often) would cost a repaint per row drawn; what
+    // a pixel can show is drawn instead, so a repaint costs the same for 20 rows or 20,000.
+    QPolygonF line;
+    QList<QPointF> marks;
+    thinOut(f, drawn, &line, &marks);
     painter.setPen(QPen(m_lineColor, 1.5));
-    painter.drawPath(path);
+    painter.drawPolyline(line);
     painter.setPen(Qt::NoPen);
-    for (const QPointF &point : drawn) {
-        painter.setBrush(point.y() > m_warningPsr ? m_highColor : m_lineColor);
-        painter.drawEllipse(place(f, point.x(), point.y()), kPointRadius, kPointRadius);
+    for (const QPointF &mark : marks) {
+        painter.setBrush(mark.y() > m_warningPsr ? m_highColor : m_lineColor);
+        painter.drawEllipse(place(f, mark.x(), mark.y()), kPointRadius, kPointRadius);
+    }
+}
+
+void WPsrChart::thinOut(const Frame &vFrame, const QList<QPointF> &vPoints, QPolygonF *vLine,
+                        QList<QPointF> *vMarks) const
+{
+    // Of the points in one pixel column the line keeps the first, the lowest, the highest and
+    // the last, in their order: the same strokes at this size. A mark stands for the highest
+    // point within a mark's width, where marks would otherwise lie on top of each other.
+    QList<QPointF> placed;
+    placed.reserve(vPoints.size());
+    for (const QPointF &point : vPoints)
+        placed.append(place(vFrame, point.x(), point.y()));
+    qsizetype begin = 0;
+    while (begin < placed.size()) {
+        const double column = std::floor(placed.at(begin).x());
+        qsizetype end = begin + 1;
+        qsizetype lowest = begin; // on screen: the highest PSR is the smallest y
+        qsizetype highest = begin;
+        for (; end < placed.size() && std::floor(placed.at(end).x()) == column; ++end) {
+            if (placed.at(end).y() > placed.at(lowest).y())
+                lowest = end;
+            if (placed.at(end).y() < placed.at(highest).y())
+                highest = end;
+        }
+        qsizetype kept[] = {begin, qMin(lowest, highest), qMax(lowest, highest), end - 1};
+        for (qsizetype k = 0; k < 4; ++k)
+            if (k == 0 || kept[k] != kept[k - 1])
+                vLine->append(placed.at(kept[k]));
+        begin = end;
+    }
+    double span = -1;
+    for (qsizetype i = 0; i < placed.size(); ++i) {
+        const double here = std::floor(placed.at(i).x() / (2 * kPointRadius));
+        if (here != span)
+            vMarks->append(vPoints.at(i));
+        else if (vPoints.at(i).y() > vMarks->last().y())
+            vMarks->last() = vPoints.at(i);
+        span = here;
     }
 }
 

@@ -6,6 +6,7 @@
 #include <QColor>
 #include <QList>
 #include <QPointF>
+#include <QPolygonF>
 #include <QWidget>
 
 // A small chart of the burn-in's highest potential scale reduction against the iterations
@@ -44,6 +45,9 @@ private:
     Frame frame() const;
     QPointF place(const Frame &vFrame, double vX, double vY) const;
     int rowNear(const QPoint &vPos) const;
+    // vPoints (iteration, PSR) as the line and the marks to draw at this size.
+    void thinOut(const Frame &vFrame, const QList<QPointF> &vPoints, QPolygonF *vLine,
+                 QList<QPointF> *vMarks) const;
 
     QList<RunMonitor::PsrRow> m_rows;
     qint64 m_burn = -1;

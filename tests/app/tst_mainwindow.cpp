@@ -25,6 +25,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMdiArea>
+#include <QPlainTextEdit>
 #include <QTabBar>
 #include <QSignalSpy>
 #include <QTextBlock>
@@ -35,6 +36,7 @@
 #include <QProcess>
 #include <QScreen>
 #include <QRegularExpression>
+#include <QSet>
 #include <QSettings>
 #include <QShortcut>
 #include <QTemporaryDir>
@@ -663,10 +665,18 @@ private Q_SLOTS:
                         .arg(marks->label()->text())
                         .arg(tabs->tabIcon(0).cacheKey() == marks->runningIcon().cacheKey());
         });
+        // The pane keeps its width from the first output on: narrowing it lays out all of it again.
+        const QWidget *pane = document->findChild<QPlainTextEdit *>("te_Out");
+        QSet<int> widths;
+        connect(document, &Workspace::output_receieved, this,
+                [&] { widths << pane->width(); });
         QSignalSpy finished(document, &Workspace::process_finished);
         document->on_run();
         QVERIFY(!finished.isEmpty() || finished.wait(60000));
         QCOMPARE(seen, QStringList({"1 1 1 document running 1", "0 0 0 documents running 0"}));
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+        widths << pane->width();
+        QCOMPARE(widths.size(), 1);
         QVERIFY(!document->runWatch()->progressLine()->isVisibleTo(document));
 
         static const QRegularExpression row(R"(^ +(\d+) to (\d+) +([\d.]+) +\d+ )",
