@@ -90,8 +90,9 @@ void RunWatch::finish(bool vStopped)
     // The engine's closing warnings may name the PSR it warns above.
     if (m_rowsShown > 0)
         m_chart->setSeries(m_monitor.psrSeries(), m_monitor.totals().burn, m_monitor.warningPsr());
-    else
-        m_chart->hide(); // a run without a PSR table leaves no empty chart behind
+    // Kept even without rows: taking the chart away would widen the pane and lay out all of the
+    // run's output again.
+    m_chart->setRunOver(true);
     Q_EMIT runningChanged(false);
 }
 

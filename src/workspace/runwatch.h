@@ -13,8 +13,8 @@ class WPsrChart;
 
 // Shows a document's run as it goes: a slim progress line above the output pane and, for a run
 // with a burn-in, a chart of its PSR table beside the pane. The line goes when the run ends; the
-// chart stays until the next run. The output is read by a RunMonitor, so the
-// cost per piece of output is one pass over its characters.
+// chart stays until the next run, even when no row came. The output is read by a RunMonitor,
+// so the cost per piece of output is one pass over its characters.
 class RunWatch : public QObject
 {
     Q_OBJECT

@@ -40,7 +40,14 @@ void WPsrChart::setSeries(const QList<RunMonitor::PsrRow> &vRows, qint64 vBurn, 
 
 void WPsrChart::clear()
 {
+    m_runOver = false;
     setSeries({}, -1, RunMonitor::kConventionalPsr);
+}
+
+void WPsrChart::setRunOver(bool vOver)
+{
+    m_runOver = vOver;
+    update();
 }
 
 QList<QPointF> WPsrChart::points() const
@@ -153,7 +160,8 @@ void WPsrChart::paintEvent(QPaintEvent *)
     const QList<QPointF> drawn = points();
     if (drawn.isEmpty()) {
         painter.setPen(faint);
-        painter.drawText(r, Qt::AlignCenter, tr("No PSR yet"));
+        painter.drawText(r, Qt::AlignCenter | Qt::TextWordWrap,
+                         m_runOver ? tr("No PSR table in this run's output") : tr("No PSR yet"));
         return;
     }
     // A flood of rows (a long burn-in printing often) would cost a repaint per row drawn; what

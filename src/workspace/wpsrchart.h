@@ -22,6 +22,8 @@ public:
     // the burn-in goes on.
     void setSeries(const QList<RunMonitor::PsrRow> &vRows, qint64 vBurn, double vWarningPsr);
     void clear();
+    // Said in place of the chart while it has no rows: none yet, or none in the whole run.
+    void setRunOver(bool vOver);
     // (last iteration compared, highest PSR) of each row drawn, in order.
     QList<QPointF> points() const;
     // Colours follow the output's colour table, light or dark.
@@ -51,6 +53,7 @@ private:
 
     QList<RunMonitor::PsrRow> m_rows;
     qint64 m_burn = -1;
+    bool m_runOver = false;
     double m_warningPsr = RunMonitor::kConventionalPsr;
     QColor m_lineColor;
     QColor m_warningColor;
