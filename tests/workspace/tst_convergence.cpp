@@ -14,6 +14,8 @@
 #include <QSignalSpy>
 #include <QTableView>
 
+#include <memory>
+
 namespace {
 constexpr int kWaitMs = 60000;
 
@@ -33,6 +35,8 @@ class TestConvergence : public QObject
 {
     Q_OBJECT
     QTemporaryDir m_dir;
+    // The last run's plots: they may be done before its table is.
+    std::unique_ptr<QSignalSpy> m_plotted;
 
     // Runs the example script vScript of vChapter in a document and waits for its table.
     std::unique_ptr<Workspace> runExample(const QString &vChapter, const QString &vScript)
@@ -44,6 +48,7 @@ class TestConvergence : public QObject
         auto document = std::make_unique<Workspace>();
         document->on_open(m_dir.filePath(vScript));
         QSignalSpy filled(document->convergencePanel(), &WConvergencePanel::did_fill);
+        m_plotted = std::make_unique<QSignalSpy>(document.get(), &Workspace::graphs_done);
         document->on_run();
         if (!filled.wait(kWaitMs) || !filled.first().first().toBool())
             qWarning() << document->convergencePanel()->statusText();
@@ -74,8 +79,7 @@ private Q_SLOTS:
         QVERIFY(panel->statusText().endsWith("have bulk-ESS < 200"));
 
         // Picking a row pages the plots to that parameter.
-        QSignalSpy plotted(document.get(), &Workspace::graphs_done);
-        QVERIFY(plotted.wait(kWaitMs));
+        QVERIFY(!m_plotted->isEmpty() || m_plotted->wait(kWaitMs));
         const int parameter = table->index(1, 0).data(MConvergenceTable::ParameterIndexRole).toInt();
         panel->view()->selectRow(1);
         QCOMPARE(document->graphPanel()->pageText(),
