@@ -67,8 +67,11 @@ QString asDocumentText(QString vText)
 {
     const auto special = [](QChar vChar) {
         const char16_t c = vChar.unicode();
-        return c == u'\r' || c == QChar::LineSeparator || c == QChar::ParagraphSeparator
-            || c == QChar::Nbsp || c == 0xfdd0 || c == 0xfdd1;
+        // Nearly every character of an engine's output is plain ASCII: one test settles it.
+        if (c < QChar::Nbsp)
+            return c == u'\r';
+        return c == QChar::Nbsp || c == QChar::LineSeparator || c == QChar::ParagraphSeparator
+            || c == 0xfdd0 || c == 0xfdd1;
     };
     if (std::none_of(vText.cbegin(), vText.cend(), special))
         return vText;

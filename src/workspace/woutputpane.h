@@ -26,7 +26,7 @@ public:
     // How long text may wait before it is shown, and how much may gather before it is shown at
     // once regardless: together they bound the longest pause one insertion causes.
     static constexpr int kFlushIntervalMs = 50;
-    static constexpr qsizetype kMaxPendingChars = 64 * 1024;
+    static constexpr qsizetype kMaxPendingChars = 256 * 1024;
     // A line longer than this is shown on several display lines; text() still gives it whole.
     // One ever-growing line would be laid out and shaped again at each insertion and paint, so
     // a flood without line breaks would cost time with the square of its length (100 MB took
