@@ -44,42 +44,50 @@ void SvgIconEngine::paint(QPainter *painter, const QRect &rect, QIcon::Mode mode
     painter->drawPixmap(rect, pixmap(size, mode, state));
 }
 
-QSize SvgIconEngine::defaultSize()
+// Read once: the drawing's own size, or an empty size when it cannot be read.
+QSize SvgIconEngine::defaultSize(QSvgRenderer &vRenderer)
 {
-    if (!m_defaultSize.isValid()) {
-        const QSvgRenderer renderer(m_path);
-        m_defaultSize = renderer.isValid() ? renderer.defaultSize() : QSize(0, 0);
-    }
+    if (!m_defaultSize.isValid())
+        m_defaultSize = vRenderer.isValid() ? vRenderer.defaultSize() : QSize(0, 0);
     return m_defaultSize;
+}
+
+QSize SvgIconEngine::fitted(const QSize &vDrawing, const QSize &vWanted)
+{
+    QSize actual = vDrawing;
+    if (!actual.isEmpty())
+        actual.scale(vWanted, Qt::KeepAspectRatio);
+    return actual;
 }
 
 // The drawing scaled to fit the size asked for, keeping its proportions.
 QSize SvgIconEngine::actualSize(const QSize &size, QIcon::Mode, QIcon::State)
 {
-    QSize actual = defaultSize();
-    if (!actual.isEmpty())
-        actual.scale(size, Qt::KeepAspectRatio);
-    return actual;
+    if (!m_defaultSize.isValid()) {
+        QSvgRenderer renderer(m_path);
+        defaultSize(renderer);
+    }
+    return fitted(m_defaultSize, size);
 }
 
-QPixmap SvgIconEngine::pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state)
+QPixmap SvgIconEngine::pixmap(const QSize &size, QIcon::Mode mode, QIcon::State)
 {
-    const QSize actual = actualSize(size, mode, state);
-    if (actual.isEmpty())
-        return QPixmap();
     const QString key = QStringLiteral("tovrel-svgicon:%1:%2x%3:%4")
                             .arg(m_path)
-                            .arg(actual.width())
-                            .arg(actual.height())
+                            .arg(size.width())
+                            .arg(size.height())
                             .arg(int(mode));
     QPixmap result;
     if (QPixmapCache::find(key, &result))
         return result;
 
+    QSvgRenderer renderer(m_path);
+    const QSize actual = fitted(defaultSize(renderer), size);
+    if (actual.isEmpty())
+        return QPixmap();
     QImage image(actual, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     {
-        QSvgRenderer renderer(m_path);
         QPainter painter(&image);
         renderer.render(&painter);
     }
@@ -103,5 +111,7 @@ QIconEngine *SvgIconEngine::clone() const
 
 bool SvgIconEngine::isNull()
 {
-    return !QFile::exists(m_path);
+    if (m_exists == Unknown)
+        m_exists = QFile::exists(m_path) ? Yes : No;
+    return m_exists == No;
 }

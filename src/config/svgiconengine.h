@@ -9,6 +9,7 @@
 
 class QAction;
 class QAbstractButton;
+class QSvgRenderer;
 
 // An icon drawn from one SVG resource, read and drawn only when a pixmap of it is first wanted.
 // A QIcon made from a file name without a suffix guesses the file's type by probing its
@@ -31,10 +32,12 @@ public:
     bool isNull() override;
 
 private:
-    QSize defaultSize();
+    QSize defaultSize(QSvgRenderer &vRenderer);
+    static QSize fitted(const QSize &vDrawing, const QSize &vWanted);
 
     QString m_path;
     QSize m_defaultSize; // of the drawing, once it has been read
+    enum { Unknown, Yes, No } m_exists = Unknown;
 };
 
 #endif // SVGICONENGINE_H
