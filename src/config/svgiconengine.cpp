@@ -14,8 +14,7 @@
 
 SvgIconEngine::SvgIconEngine(const QString &vPath)
     : m_path(vPath)
-{
-}
+{ }
 
 QIcon SvgIconEngine::icon(const QString &vPath)
 {

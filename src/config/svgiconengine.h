@@ -23,7 +23,8 @@ public:
     static QIcon icon(const QString &vPath);
     // Gives each action (or button) the icon of the resource beside it.
     static void setIcons(std::initializer_list<std::pair<QAction *, const char *>> vActions);
-    static void setIcons(std::initializer_list<std::pair<QAbstractButton *, const char *>> vButtons);
+    static void
+    setIcons(std::initializer_list<std::pair<QAbstractButton *, const char *>> vButtons);
 
     void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State state) override;
     QPixmap pixmap(const QSize &size, QIcon::Mode mode, QIcon::State state) override;

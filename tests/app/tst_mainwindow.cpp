@@ -285,10 +285,7 @@ private Q_SLOTS:
 
     // Icons are read when first drawn; each must look as Qt's own reading of its resource does,
     // in every mode.
-    void iconsDrawTheirResources_data()
-    {
-        addTableRows(QFINDTESTDATA("icons.txt"), {"resource"});
-    }
+    void iconsDrawTheirResources_data() { addTableRows(QFINDTESTDATA("icons.txt"), {"resource"}); }
     void iconsDrawTheirResources()
     {
         window().on_new();
