@@ -1,5 +1,7 @@
 #include "application.h"
 
+#include "config/svgiconengine.h"
+
 #include <QFileOpenEvent>
 #include <QIcon>
 
@@ -8,7 +10,7 @@ Application::Application(int &argc, char **argv)
 {
     // Lets the desktop match the windows to the installed menu entry and its icon.
     setDesktopFileName(QStringLiteral(TOVREL_APP_ID));
-    setWindowIcon(QIcon(QStringLiteral(":/images/iAPP")));
+    setWindowIcon(SvgIconEngine::icon(QStringLiteral(":/images/iAPP")));
 }
 
 bool Application::event(QEvent *e)

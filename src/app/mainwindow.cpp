@@ -3,6 +3,7 @@
 #include "application.h"
 #include "config/csettings.h"
 #include "config/executablepath.h"
+#include "config/svgiconengine.h"
 #include "config/vsettings.h"
 #include "documentactions.h"
 #include "documentsafety.h"
@@ -53,6 +54,32 @@ MainWindow::MainWindow(QWidget *parent)
     , ui(new Ui::MainWindow)
 {
     ui->setupUi(this);
+    // Set here rather than in the form, so each is read only when first drawn.
+    SvgIconEngine::setIcons({
+        {ui->actionAbout, ":/images/iABOUT"},
+        {ui->actionHelp, ":/images/iHELP"},
+        {ui->actionNew, ":/images/iNEW"},
+        {ui->actionSettings, ":/images/iOPTION"},
+        {ui->actionOpen, ":/images/iOPEN"},
+        {ui->actionQuit, ":/images/iQUIT"},
+        {ui->actionSave_All, ":/images/iSAVEALL"},
+        {ui->actionImport, ":/images/iIMPORT"},
+        {ui->actionClose_All, ":/images/iCLOSE"},
+        {ui->actionCheckUpdate, ":/images/iREFRESH"},
+        {ui->actionUndo, ":/images/iUNDO"},
+        {ui->actionRedo, ":/images/iREDO"},
+        {ui->actionCut, ":/images/iCUT"},
+        {ui->actionCopy, ":/images/iCOPY"},
+        {ui->actionPaste, ":/images/iPASTE"},
+        {ui->actionStart, ":/images/iRUN"},
+        {ui->actionStop, ":/images/iSTOP"},
+        {ui->actionZoom_In, ":/images/iZOOM_IN"},
+        {ui->actionZoom_Out, ":/images/iZOOM_OUT"},
+        {ui->actionOutput, ":/images/iLOG"},
+        {ui->actionPlot, ":/images/iPLOT"},
+        {ui->actionSave, ":/images/iSAVE"},
+        {ui->actionSave_As, ":/images/iSAVEAS"},
+    });
     m_extras = new StudioExtras(this);
     m_safety = new DocumentSafety(this);
     m_actions = new DocumentActions(ui->mdiArea);

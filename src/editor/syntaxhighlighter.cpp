@@ -109,8 +109,28 @@ void SyntaxHighlighter::applySettings()
     rehighlightDocument();
 }
 
+// The rules are built when a line is first coloured after a change, not at once: an editor is
+// given its colours, its mode and its settings one after another before it shows anything.
 void SyntaxHighlighter::setupHighlighter()
 {
+    m_rulesStale = true;
+}
+
+void SyntaxHighlighter::ensureRules() const
+{
+    if (m_rulesStale)
+        buildRules();
+}
+
+const QList<SyntaxHighlighter::HighlightingRule> &SyntaxHighlighter::rules() const
+{
+    ensureRules();
+    return m_rules;
+}
+
+void SyntaxHighlighter::buildRules() const
+{
+    m_rulesStale = false;
     m_rules.clear();
     m_passes.clear();
 
@@ -136,7 +156,7 @@ void SyntaxHighlighter::setupHighlighter()
 }
 
 void SyntaxHighlighter::addRule(const QString &vPattern, const QTextCharFormat &vFormat,
-                                QChar vRequired, const QString &vFastPattern)
+                                QChar vRequired, const QString &vFastPattern) const
 {
     const QRegularExpression pattern = compiled(vPattern, QRegularExpression::NoPatternOption);
     m_rules.append({pattern, vFormat});
@@ -155,7 +175,7 @@ void SyntaxHighlighter::addRule(const QString &vPattern, const QTextCharFormat &
 // one alternation over the plain keywords colours exactly what the separate rules colour.
 // Keywords holding pattern syntax keep a rule of their own, so a broken one matches nothing
 // without spoiling the rest.
-void SyntaxHighlighter::addKeywordRules(const QStringList &vKeywords, bool vCaseSensitive)
+void SyntaxHighlighter::addKeywordRules(const QStringList &vKeywords, bool vCaseSensitive) const
 {
     const QRegularExpression::PatternOptions options = vCaseSensitive
         ? QRegularExpression::NoPatternOption
@@ -187,6 +207,7 @@ void SyntaxHighlighter::addKeywordRules(const QStringList &vKeywords, bool vCase
 
 QList<QTextLayout::FormatRange> SyntaxHighlighter::formatRanges(const QString &vText) const
 {
+    ensureRules();
     return HighlightPass::formatRanges(vText, m_passes);
 }
 

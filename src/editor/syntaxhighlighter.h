@@ -31,7 +31,7 @@ public:
     void setSyntaxMode(SyntaxMode vMode);
     SyntaxMode syntaxMode() const { return m_mode; }
 
-    // Colour schemes; both rebuild the rules but leave re-highlighting to the caller.
+    // Colour schemes; both renew the rules but leave re-highlighting to the caller.
     void useLightColours();
     void useDarkColours();
 
@@ -42,7 +42,7 @@ public:
 
     // The rules in the order they apply, one per keyword. Highlighting itself runs a faster
     // equivalent of this list (see compiled passes in the source).
-    const QList<HighlightingRule> &rules() const { return m_rules; }
+    const QList<HighlightingRule> &rules() const;
 
     // Re-colours every line; the quick equivalent of rehighlight() for a whole document.
     void rehighlightDocument();
@@ -55,16 +55,20 @@ protected:
     void highlightBlock(const QString &vText) override;
 
 private:
+    void ensureRules() const;
+    void buildRules() const;
     void useColours(const QVariantMap &vColours, const QColor &vSpecialComment);
     void addRule(const QString &vPattern, const QTextCharFormat &vFormat, QChar vRequired = {},
-                 const QString &vFastPattern = {});
-    void addKeywordRules(const QStringList &vKeywords, bool vCaseSensitive);
+                 const QString &vFastPattern = {}) const;
+    void addKeywordRules(const QStringList &vKeywords, bool vCaseSensitive) const;
     QList<QTextLayout::FormatRange> formatRanges(const QString &vText) const;
 
     SyntaxMode m_mode = SyntaxMode::Engine;
-    QList<HighlightingRule> m_rules;
+    // Built from the settings on first use after a change (see setupHighlighter).
+    mutable bool m_rulesStale = true;
+    mutable QList<HighlightingRule> m_rules;
     // What colouring runs: a pass may stand for several rules that share a format.
-    QList<HighlightPass> m_passes;
+    mutable QList<HighlightPass> m_passes;
 
     QTextCharFormat m_keywordFormat;
     QTextCharFormat m_headingFormat;

@@ -1,6 +1,7 @@
 #include "wtextfinder.h"
 #include "ui_wtextfinder.h"
 
+#include "config/svgiconengine.h"
 #include "editor/textsearch.h"
 
 #include <QKeyEvent>
@@ -14,6 +15,14 @@ WTextFinder::WTextFinder(QWidget *parent)
     , ui(new Ui::WTextFinder)
 {
     ui->setupUi(this);
+    // Set here rather than in the form, so each is read only when first drawn.
+    SvgIconEngine::setIcons({
+        {ui->tbFindPrev, ":/images/iLEFT"},
+        {ui->tbFindNext, ":/images/iRIGHT"},
+        {ui->tbReplacePrev, ":/images/iPREV"},
+        {ui->tbReplaceNext, ":/images/iNEXT"},
+        {ui->toolButton, ":/images/iCANCEL"},
+    });
     // Return in a field does what its neighbouring button does next.
     connect(ui->leFind, &QLineEdit::returnPressed, this, &WTextFinder::on_tbFindNext_clicked);
     connect(ui->leReplace, &QLineEdit::returnPressed, this, &WTextFinder::on_tbReplaceNext_clicked);

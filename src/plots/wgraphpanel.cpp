@@ -1,6 +1,7 @@
 #include "wgraphpanel.h"
 #include "ui_wgraphpanel.h"
 
+#include "config/svgiconengine.h"
 #include "graphviewer.h"
 #include "plotpager.h"
 #include "svgrender.h"
@@ -10,6 +11,16 @@ WGraphPanel::WGraphPanel(QWidget *parent)
     , ui(new Ui::WGraphPanel)
 {
     ui->setupUi(this);
+    // Set here rather than in the form, so each is read only when first drawn.
+    SvgIconEngine::setIcons({
+        {ui->tb_left, ":/images/iLEFT"},
+        {ui->tb_right, ":/images/iRIGHT"},
+        {ui->tb_settings_plot, ":/images/iPLOT_SETTINGS"},
+        {ui->tb_popout, ":/images/iPLOT_POPOUT"},
+        {ui->tb_save_plot, ":/images/iPLOT_SAVE"},
+        {ui->tb_saveAll_plot, ":/images/iPLOT_SAVEALL"},
+    });
+    SvgIconEngine::setIcons({{ui->actionGo_to, ":/images/iPLOT_GOTO"}});
     addAction(ui->actionGo_to);
     ui->tb_goto->setDefaultAction(ui->actionGo_to);
     m_pager = new PlotPager(ui->graphicsView, this);

@@ -720,7 +720,8 @@ void Workspace::renewTemporaryFolder()
     delete m_graphing;
     endPlotting();
     m_graphPanel->clearPlots();
-    m_convergence->clear();
+    if (m_convergence)
+        m_convergence->clear();
     m_plotsAvailable = false;
     m_plotsMade = false;
     setPlotControlsEnabled(false);
@@ -1023,12 +1024,23 @@ void Workspace::setUpConvergence()
 {
     m_convergenceDock = new QDockWidget(tr("Convergence"), this);
     m_convergenceDock->setObjectName(QStringLiteral("dockConvergence"));
-    m_convergence = new WConvergencePanel(m_convergenceDock);
-    m_convergenceDock->setWidget(m_convergence);
     // A tab beside the output, so the plots it pages stay in sight.
     tabifyDockWidget(ui->dockOut, m_convergenceDock);
     ui->dockOut->raise();
     m_convergenceDock->hide();
+    // Its panel is made when first wanted: most documents open without ever being run.
+    connect(m_convergenceDock, &QDockWidget::visibilityChanged, this, [this](bool vVisible) {
+        if (vVisible)
+            convergencePanel();
+    });
+}
+
+WConvergencePanel *Workspace::convergencePanel()
+{
+    if (m_convergence)
+        return m_convergence;
+    m_convergence = new WConvergencePanel(m_convergenceDock);
+    m_convergenceDock->setWidget(m_convergence);
     connect(m_convergence, &WConvergencePanel::do_showParameter, this, [this](int vIndex) {
         on_plot(true);
         m_graphPanel->showPage(vIndex);
@@ -1038,6 +1050,7 @@ void Workspace::setUpConvergence()
         if (vOk && m_convergence->hasFlagged())
             m_convergenceDock->raise();
     });
+    return m_convergence;
 }
 
 void Workspace::checkConvergence()
@@ -1046,7 +1059,8 @@ void Workspace::checkConvergence()
         return;
     const PlotRequests::RunLength length
         = PlotRequests::runLength(ui->te_SyntaxEditor->toPlainText());
-    m_convergence->start(m_tempDir->path(), length.chains, length.burn, length.iterations,
-                         ParameterLabels::read(m_tempDir->filePath(QStringLiteral("labels.dat"))));
+    convergencePanel()->start(
+        m_tempDir->path(), length.chains, length.burn, length.iterations,
+        ParameterLabels::read(m_tempDir->filePath(QStringLiteral("labels.dat"))));
     m_convergenceDock->show();
 }

@@ -68,7 +68,7 @@ public:
     WOutputPane *outputPane() const;
     WGraphPanel *graphPanel() const { return m_graphPanel; }
     PlotSettings *plotSettings() const { return m_plotSettings; }
-    WConvergencePanel *convergencePanel() const { return m_convergence; }
+    WConvergencePanel *convergencePanel(); // made on first use
     QDockWidget *convergenceDock() const { return m_convergenceDock; }
     RunWatch *runWatch() const { return m_runWatch; }
 

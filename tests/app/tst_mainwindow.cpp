@@ -285,6 +285,23 @@ private Q_SLOTS:
         QTEST(editor->toPlainText(), "expected");
     }
 
+    // Icons are read when first drawn; each must look as Qt's own reading of its resource does,
+    // in every mode.
+    void iconsDrawTheirResources_data() { addTableRows(QFINDTESTDATA("icons.txt"), {"resource"}); }
+    void iconsDrawTheirResources()
+    {
+        window().on_new();
+        QObject *owner = &window();
+        for (const QString &name : QString::fromUtf8(QTest::currentDataTag()).split('/'))
+            owner = owner ? owner->findChild<QObject *>(name) : nullptr;
+        QVERIFY(owner);
+        const QIcon icon = owner->property("icon").value<QIcon>();
+        const QIcon reference(cell("resource"));
+        QVERIFY(!reference.isNull() && !icon.isNull());
+        for (QIcon::Mode mode : {QIcon::Normal, QIcon::Disabled, QIcon::Active})
+            QCOMPARE(icon.pixmap(22, 22, mode).toImage(), reference.pixmap(22, 22, mode).toImage());
+    }
+
     void runWithoutEngineOffersPreferences()
     {
         window().on_new();

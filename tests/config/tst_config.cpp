@@ -1,6 +1,7 @@
 #include "config/csettings.h"
 #include "config/mconfiguration.h"
 #include "config/msettings.h"
+#include "config/svgiconengine.h"
 #include "fileguard.h"
 #include "goldentable.h"
 #include "tablecell.h"
@@ -10,6 +11,8 @@
 #include <QColor>
 #include <QFile>
 #include <QGuiApplication>
+#include <QIcon>
+#include <QPixmap>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -69,6 +72,15 @@ private Q_SLOTS:
         QCOMPARE(entries.size(), lines);
         QTEST(entries.first(), "first");
         QTEST(entries.last(), "last");
+    }
+
+    // A name with no resource behind it is no icon, as for a QIcon made from the name.
+    void missingIconResource()
+    {
+        const QIcon icon = SvgIconEngine::icon(QStringLiteral(":/images/iNO_SUCH_ICON"));
+        QVERIFY(icon.isNull());
+        QVERIFY(icon.pixmap(16, 16).isNull());
+        QVERIFY(!SvgIconEngine::icon(QStringLiteral(":/images/iRESET")).isNull());
     }
 
     void freshProfileDefaults()
