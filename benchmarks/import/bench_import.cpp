@@ -3,6 +3,7 @@
 // the event loop went without running (the window's worst stall), the time to show the last row
 // and the peak memory. Also times the inspector alone. Run under QT_QPA_PLATFORM=offscreen.
 #include "testmain.h"
+#include "timingapplication.h"
 
 #include "import/cimport.h"
 #include "import/datainspector.h"
@@ -47,15 +48,10 @@ bool writeData(const QString &vPath)
 }
 
 // Resident memory now and at its peak, in MiB; clearing resets the peak (Linux).
+// MiB of a field of /proc/self/status.
 double memory(const char *vField)
 {
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly | QIODevice::Text))
-        return -1;
-    for (const QByteArray &line : status.readAll().split('\n'))
-        if (line.startsWith(vField))
-            return line.mid(int(qstrlen(vField))).trimmed().split(' ').first().toDouble() / 1024.0;
-    return -1;
+    return double(memoryKiB(vField)) / 1024.0;
 }
 
 void resetPeak()

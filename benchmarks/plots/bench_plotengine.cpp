@@ -13,6 +13,7 @@
 // default it runs only up to 100.
 
 #include "testmain.h"
+#include "timingapplication.h"
 
 #include "config/csettings.h"
 #include "config/executablepath.h"
@@ -41,50 +42,7 @@ namespace {
 
 constexpr int kChains = 4;
 
-double threadCpuMs()
-{
-    timespec now {};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return now.tv_sec * 1e3 + now.tv_nsec / 1e6;
-}
-
-// Names the event that took the GUI thread longest, in its own CPU time: on a loaded machine a
-// gap between two timer ticks may be time the process was not scheduled at all.
-class TimingApplication : public QApplication
-{
-public:
-    using QApplication::QApplication;
-    bool notify(QObject *vReceiver, QEvent *vEvent) override
-    {
-        const char *receiver = vReceiver->metaObject()->className();
-        const int type = int(vEvent->type());
-        const double start = threadCpuMs();
-        ++s_depth;
-        const bool handled = QApplication::notify(vReceiver, vEvent);
-        const double ms = threadCpuMs() - start;
-        if (--s_depth == 0 && s_measuring && ms > s_slowestMs) {
-            s_slowestMs = ms;
-            s_slowest = QStringLiteral("event %1 to %2").arg(type).arg(QLatin1String(receiver));
-        }
-        return handled;
-    }
-    static inline bool s_measuring = false;
-    static inline int s_depth = 0;
-    static inline double s_slowestMs = 0;
-    static inline QString s_slowest;
-};
 constexpr int kIterations = 5000;
-
-qint64 memoryKiB(const char *vField)
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly | QIODevice::Text))
-        return -1;
-    for (QByteArray line = status.readLine(); !line.isEmpty(); line = status.readLine())
-        if (line.startsWith(vField))
-            return line.mid(int(qstrlen(vField))).trimmed().split(' ').value(0).toLongLong();
-    return -1;
-}
 
 // CPU time of this process and of the children it has waited for (the gnuplots), in ms: on a
 // machine others load, the work done says more than the wall time.
@@ -208,7 +166,7 @@ int runStudio(const QDir &vTraces, const QDir &vWork)
     QObject::connect(&workspace, &Workspace::process_finished, [&] {
         clock.start();
         tick.restart();
-        TimingApplication::s_measuring = true;
+        TimingApplication::reset();
     });
     tick.start();
     meter.start();
@@ -224,10 +182,10 @@ int runStudio(const QDir &vTraces, const QDir &vWork)
         firstMs = allMs;
     std::printf("RESULT studio %.1f %.1f %lld %.1f %.0f %.1f\n", firstMs, allMs,
                 static_cast<long long>(memoryKiB("VmHWM:") - before), stallMs,
-                cpuMs() - cpuAtExit, TimingApplication::s_slowestMs);
+                cpuMs() - cpuAtExit, TimingApplication::s_busiestCpuMs);
     std::printf("PAGE %s | longest event in CPU time %.1f ms (%s)\n",
-                qPrintable(workspace.graphPanel()->pageText()), TimingApplication::s_slowestMs,
-                qPrintable(TimingApplication::s_slowest));
+                qPrintable(workspace.graphPanel()->pageText()), TimingApplication::s_busiestCpuMs,
+                qPrintable(TimingApplication::s_busiest));
     return 0;
 }
 

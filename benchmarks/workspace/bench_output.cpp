@@ -12,6 +12,7 @@
 //   --modes A,B               run only these variants
 
 #include "testmain.h"
+#include "timingapplication.h"
 #include "workspace/outputhighlighter.h"
 #include "workspace/runmonitor.h"
 #include "workspace/runwatch.h"
@@ -90,18 +91,6 @@ QString engineOutput(qsizetype vChars)
     }
     text += QStringLiteral("\nANALYSIS MODEL ESTIMATES:\n\n  Outcome Variable: math_score\n");
     return text;
-}
-
-qint64 peakMemoryKiB()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly | QIODevice::Text))
-        return -1;
-    for (const QByteArray &line : status.readAll().split('\n')) {
-        if (line.startsWith("VmHWM:"))
-            return line.mid(6).trimmed().split(' ').first().toLongLong();
-    }
-    return -1;
 }
 
 // Processor time of this process: unlike the wall clock, it barely moves with the load others put
@@ -203,7 +192,7 @@ Result stream(const QString &vMode, qsizetype vChars)
     result.totalSeconds = double(total.nsecsElapsed()) / 1e9;
     result.cpuSeconds = cpuSeconds() - cpuStart;
     result.longestStallMs = double(longest) / 1e6;
-    result.peakKiB = peakMemoryKiB();
+    result.peakKiB = memoryKiB("VmHWM:");
     result.chars = pane.document()->characterCount();
     result.blocks = pane.document()->blockCount();
     if (result.chars != output.size() + 1)

@@ -13,7 +13,9 @@
 //   bench_workspace [--mode stream|plots|ten] [--megabytes N]
 // Without --mode every mode runs in a process of its own, so each peak memory is its own.
 
+#include "stallmeter.h"
 #include "testmain.h"
+#include "timingapplication.h"
 #include "traceplots.h"
 
 #include "config/csettings.h"
@@ -35,107 +37,6 @@
 #include <vector>
 
 namespace {
-
-// Names the slowest event handled, so a stall can be told apart from the others. The
-// processor time this thread spent on it is kept too: unlike the wall clock it does not grow
-// when other programs on a loaded machine take the processor away.
-class TimingApplication : public QApplication
-{
-public:
-    using QApplication::QApplication;
-    bool notify(QObject *vReceiver, QEvent *vEvent) override
-    {
-        // Read now: the receiver may be gone once the event has been handled.
-        const char *receiver = vReceiver->metaObject()->className();
-        const int type = int(vEvent->type());
-        QElapsedTimer clock;
-        clock.start();
-        const double cpuBefore = threadCpuMs();
-        ++s_depth;
-        const bool handled = QApplication::notify(vReceiver, vEvent);
-        const double ms = clock.nsecsElapsed() / 1e6;
-        if (--s_depth == 0) {
-            const double cpu = threadCpuMs() - cpuBefore;
-            const QString name = QStringLiteral("%1 to %2").arg(type).arg(QLatin1String(receiver));
-            if (ms > s_slowestMs) {
-                s_slowestMs = ms;
-                s_slowest = name;
-            }
-            if (cpu > s_busiestCpuMs) {
-                s_busiestCpuMs = cpu;
-                s_busiest = name;
-            }
-        }
-        return handled;
-    }
-    static double threadCpuMs()
-    {
-        timespec now {};
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-        return now.tv_sec * 1e3 + now.tv_nsec / 1e6;
-    }
-    static void reset()
-    {
-        s_slowestMs = s_busiestCpuMs = 0;
-        s_slowest.clear();
-        s_busiest.clear();
-    }
-    static QString report()
-    {
-        return QStringLiteral("slowest event: type %1, %2 ms; most processor time in one event: "
-                              "type %3, %4 ms")
-            .arg(s_slowest)
-            .arg(s_slowestMs, 0, 'f', 1)
-            .arg(s_busiest)
-            .arg(s_busiestCpuMs, 0, 'f', 1);
-    }
-    static inline double s_slowestMs = 0;
-    static inline QString s_slowest;
-    static inline double s_busiestCpuMs = 0;
-    static inline QString s_busiest;
-    static inline int s_depth = 0;
-};
-
-// Ticks every millisecond and keeps the longest gap between two ticks, on the wall clock and in
-// this thread's processor time (which a loaded machine does not stretch).
-class StallMeter : public QObject
-{
-public:
-    StallMeter()
-    {
-        m_timer.setInterval(1);
-        connect(&m_timer, &QTimer::timeout, this, [this] {
-            m_longest = qMax(m_longest, m_clock.nsecsElapsed() / 1e6);
-            m_clock.restart();
-            const double cpu = TimingApplication::threadCpuMs();
-            m_longestCpu = qMax(m_longestCpu, cpu - m_cpu);
-            m_cpu = cpu;
-        });
-        m_clock.start();
-        m_cpu = TimingApplication::threadCpuMs();
-        m_timer.start();
-    }
-    double longestMs() const { return m_longest; }
-    double longestCpuMs() const { return m_longestCpu; }
-
-private:
-    QTimer m_timer;
-    QElapsedTimer m_clock;
-    double m_longest = 0;
-    double m_cpu = 0;
-    double m_longestCpu = 0;
-};
-
-qint64 peakMemoryMiB()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly | QIODevice::Text))
-        return -1;
-    for (QByteArray line = status.readLine(); !line.isEmpty(); line = status.readLine())
-        if (line.startsWith("VmHWM:"))
-            return line.mid(6).trimmed().split(' ').value(0).toLongLong() / 1024;
-    return -1;
-}
 
 QString writeScript(const QDir &vDir, const QString &vName, const QByteArray &vBody)
 {
@@ -212,7 +113,7 @@ int stream(const QDir &vDir, int vMegabytes)
         stallCpu = meter.longestCpuMs();
     }
     const QString report = TimingApplication::report();
-    const qint64 peak = peakMemoryMiB();
+    const qint64 peak = memoryKiB("VmHWM:") / 1024;
     const qsizetype shown = workspace->outputPane()->document()->characterCount() - 1;
 
     // Stop once a quarter of the flood has arrived.
@@ -372,7 +273,7 @@ int ten(const QDir &vDir)
     std::printf("ten documents: first layout %.1f ms | all run and plotted in %.0f ms | longest "
                 "stall %.1f ms, %.1f ms of processor time (%s) | peak %lld MiB\n",
                 layoutMs, clock.nsecsElapsed() / 1e6, meter.longestMs(), meter.longestCpuMs(),
-                qPrintable(TimingApplication::report()), static_cast<long long>(peakMemoryMiB()));
+                qPrintable(TimingApplication::report()), static_cast<long long>(memoryKiB("VmHWM:") / 1024));
     return 0;
 }
 
