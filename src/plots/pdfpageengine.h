@@ -1,0 +1,44 @@
+#ifndef PDFPAGEENGINE_H
+#define PDFPAGEENGINE_H
+
+#include <QBrush>
+#include <QPaintEngine>
+#include <QPen>
+#include <QTransform>
+
+class QPainter;
+
+// The paint engine of PdfPageDevice: replays each drawing on the page's painter. Paths,
+// polygons and rectangles go over as integers in 1/100 units with the transform scaled to match;
+// the pens are widened to match too. Anything that a finer grid could change (patterned pens or
+// brushes, images) goes over exactly as it came.
+class PdfPageEngine : public QPaintEngine
+{
+public:
+    explicit PdfPageEngine(QPainter *vPage);
+
+    bool begin(QPaintDevice *vDevice) override;
+    bool end() override;
+    void updateState(const QPaintEngineState &vState) override;
+
+    void drawPath(const QPainterPath &vPath) override;
+    void drawPolygon(const QPointF *vPoints, int vCount, PolygonDrawMode vMode) override;
+    void drawRects(const QRectF *vRects, int vCount) override;
+    void drawPixmap(const QRectF &vTarget, const QPixmap &vPixmap, const QRectF &vSource) override;
+    void drawImage(const QRectF &vTarget, const QImage &vImage, const QRectF &vSource,
+                   Qt::ImageConversionFlags vFlags) override;
+    Type type() const override { return User; }
+
+private:
+    void updateClip(const QPaintEngineState &vState);
+    // Sets the page's transform, pen and brush for a drawing on the grid (or exactly as given);
+    // returns whether coordinates go on the grid.
+    bool prepare(bool vGrid);
+
+    QPainter *m_page;
+    QTransform m_transform;
+    QPen m_pen;
+    QBrush m_brush;
+};
+
+#endif // PDFPAGEENGINE_H
