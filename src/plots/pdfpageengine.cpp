@@ -4,8 +4,6 @@
 #include <QPainterPath>
 #include <QPolygonF>
 
-#include <cmath>
-
 namespace {
 
 // Plots come with two decimals; a finer grid keeps every point exactly where it was.
@@ -13,7 +11,7 @@ const qreal kGrid = 100.0;
 
 qreal onGrid(qreal vValue)
 {
-    return std::round(vValue * kGrid);
+    return qreal(qRound64(vValue * kGrid));
 }
 
 QPointF onGrid(const QPointF &vPoint)

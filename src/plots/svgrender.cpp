@@ -13,6 +13,9 @@
 #include <QPrinter>
 #include <QSvgRenderer>
 #include <QTemporaryDir>
+#include <QThread>
+#include <QThreadPool>
+#include <QtConcurrent/QtConcurrentRun>
 
 #include <algorithm>
 
@@ -58,6 +61,16 @@ void renderPage(QGraphicsScene &vScene, QPainter &vPage)
     QPainter painter(&device);
     painter.setRenderHints(vPage.renderHints());
     vScene.render(&painter, QRectF(), vScene.sceneRect(), Qt::KeepAspectRatio);
+}
+
+// Reads a plot for the export, handing its renderer over to the exporting thread vOwner: a plot
+// is read on the side while the page before it is drawn and compressed.
+std::shared_ptr<QSvgRenderer> readPlot(const QString &vFile, QThread *vOwner)
+{
+    auto renderer = std::make_shared<QSvgRenderer>();
+    renderer->load(vFile);
+    renderer->moveToThread(vOwner);
+    return renderer;
 }
 
 } // namespace
@@ -198,14 +211,24 @@ bool SvgRender::saveAllPdf(const QString &vTarget)
         return false;
 
     // The shown plot keeps its own renderer, so the view is untouched while the export runs.
-    QSvgRenderer exportRenderer;
+    QThreadPool reader;
+    reader.setMaxThreadCount(1);
     const QStringList files = m_files;
+    const auto read = [&](int vIndex) {
+        return QtConcurrent::run(&reader, readPlot, m_dir.filePath(files.at(vIndex)),
+                                 QThread::currentThread());
+    };
+    QFuture<std::shared_ptr<QSvgRenderer>> next;
+    if (!files.isEmpty())
+        next = read(0);
     const QString total = QString::number(files.size());
     for (int k = 0; k < files.size(); ++k) {
         Q_EMIT on_imageSave(QString::number(k + 1) + QStringLiteral(" of ") + total);
         QCoreApplication::processEvents();
-        exportRenderer.load(m_dir.filePath(files.at(k)));
-        const std::unique_ptr<QGraphicsScene> page(sceneOf(&exportRenderer, nullptr));
+        const std::shared_ptr<QSvgRenderer> plot = next.result();
+        if (k + 1 < files.size())
+            next = read(k + 1);
+        const std::unique_ptr<QGraphicsScene> page(sceneOf(plot.get(), nullptr));
         renderPage(*page, painter);
         if (k + 1 < files.size())
             printer.newPage();
