@@ -4,13 +4,45 @@
 
 #include <QPainter>
 
-PdfPageDevice::PdfPageDevice(QPainter *vPage)
+PdfPageDevice::Measures PdfPageDevice::measure(const QPaintDevice &vPage)
+{
+    Measures measures {};
+    measures[PdmWidth] = vPage.width();
+    measures[PdmHeight] = vPage.height();
+    measures[PdmWidthMM] = vPage.widthMM();
+    measures[PdmHeightMM] = vPage.heightMM();
+    measures[PdmNumColors] = vPage.colorCount();
+    measures[PdmDepth] = vPage.depth();
+    measures[PdmDpiX] = vPage.logicalDpiX();
+    measures[PdmDpiY] = vPage.logicalDpiY();
+    measures[PdmPhysicalDpiX] = vPage.physicalDpiX();
+    measures[PdmPhysicalDpiY] = vPage.physicalDpiY();
+    measures[PdmDevicePixelRatio] = qRound(vPage.devicePixelRatio());
+    measures[PdmDevicePixelRatioScaled] =
+        qRound(vPage.devicePixelRatio() * devicePixelRatioFScale());
+    return measures;
+}
+
+PdfPageDevice::PdfPageDevice(const Measures &vPage)
     : m_page(vPage)
-    , m_engine(std::make_unique<PdfPageEngine>(vPage))
+    , m_engine(std::make_unique<PdfPageEngine>())
 {
 }
 
 PdfPageDevice::~PdfPageDevice() = default;
+
+PdfPageDrawing PdfPageDevice::takeDrawing()
+{
+    return m_engine->takeDrawing();
+}
+
+void PdfPageDevice::play(const PdfPageDrawing &vDrawing, QPainter &vPage)
+{
+    vPage.save();
+    for (const auto &step : vDrawing)
+        step(vPage);
+    vPage.restore();
+}
 
 QPaintEngine *PdfPageDevice::paintEngine() const
 {
@@ -19,33 +51,7 @@ QPaintEngine *PdfPageDevice::paintEngine() const
 
 int PdfPageDevice::metric(PaintDeviceMetric vMetric) const
 {
-    // Everything is drawn as it would be on the page itself.
-    const QPaintDevice *page = m_page->device();
-    switch (vMetric) {
-    case PdmWidth:
-        return page->width();
-    case PdmHeight:
-        return page->height();
-    case PdmWidthMM:
-        return page->widthMM();
-    case PdmHeightMM:
-        return page->heightMM();
-    case PdmNumColors:
-        return page->colorCount();
-    case PdmDepth:
-        return page->depth();
-    case PdmDpiX:
-        return page->logicalDpiX();
-    case PdmDpiY:
-        return page->logicalDpiY();
-    case PdmPhysicalDpiX:
-        return page->physicalDpiX();
-    case PdmPhysicalDpiY:
-        return page->physicalDpiY();
-    case PdmDevicePixelRatio:
-        return qRound(page->devicePixelRatioF());
-    case PdmDevicePixelRatioScaled:
-        return qRound(page->devicePixelRatioF() * devicePixelRatioFScale());
-    }
+    if (vMetric >= 0 && std::size_t(vMetric) < m_page.size())
+        return m_page[std::size_t(vMetric)];
     return QPaintDevice::metric(vMetric);
 }

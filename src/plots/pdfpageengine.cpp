@@ -4,6 +4,8 @@
 #include <QPainterPath>
 #include <QPolygonF>
 
+#include <utility>
+
 namespace {
 
 // Plots come with two decimals; a finer grid keeps every point exactly where it was.
@@ -27,17 +29,23 @@ bool scalesFreely(const QBrush &vBrush)
 
 } // namespace
 
-PdfPageEngine::PdfPageEngine(QPainter *vPage)
+PdfPageEngine::PdfPageEngine()
     : QPaintEngine(AllFeatures)
-    , m_page(vPage)
 {
+}
+
+PdfPageDrawing PdfPageEngine::takeDrawing()
+{
+    return std::exchange(m_drawing, {});
+}
+
+void PdfPageEngine::add(std::function<void(QPainter &)> vStep)
+{
+    m_drawing.push_back(std::move(vStep));
 }
 
 bool PdfPageEngine::begin(QPaintDevice * /*vDevice*/)
 {
-    if (!m_page->isActive())
-        return false;
-    m_page->save();
     m_transform = QTransform();
     m_pen = QPen();
     m_brush = QBrush();
@@ -46,7 +54,6 @@ bool PdfPageEngine::begin(QPaintDevice * /*vDevice*/)
 
 bool PdfPageEngine::end()
 {
-    m_page->restore();
     return true;
 }
 
@@ -60,19 +67,21 @@ void PdfPageEngine::updateState(const QPaintEngineState &vState)
     if (dirty & DirtyBrush)
         m_brush = vState.brush();
     if (dirty & DirtyBrushOrigin)
-        m_page->setBrushOrigin(vState.brushOrigin());
+        add([origin = vState.brushOrigin()](QPainter &page) { page.setBrushOrigin(origin); });
     if (dirty & DirtyBackground)
-        m_page->setBackground(vState.backgroundBrush());
+        add([brush = vState.backgroundBrush()](QPainter &page) { page.setBackground(brush); });
     if (dirty & DirtyBackgroundMode)
-        m_page->setBackgroundMode(vState.backgroundMode());
+        add([mode = vState.backgroundMode()](QPainter &page) { page.setBackgroundMode(mode); });
     if (dirty & DirtyHints) {
-        m_page->setRenderHints(m_page->renderHints(), false);
-        m_page->setRenderHints(vState.renderHints(), true);
+        add([hints = vState.renderHints()](QPainter &page) {
+            page.setRenderHints(page.renderHints(), false);
+            page.setRenderHints(hints, true);
+        });
     }
     if (dirty & DirtyCompositionMode)
-        m_page->setCompositionMode(vState.compositionMode());
+        add([mode = vState.compositionMode()](QPainter &page) { page.setCompositionMode(mode); });
     if (dirty & DirtyOpacity)
-        m_page->setOpacity(vState.opacity());
+        add([opacity = vState.opacity()](QPainter &page) { page.setOpacity(opacity); });
     if (dirty & (DirtyClipPath | DirtyClipRegion | DirtyClipEnabled))
         updateClip(vState);
 }
@@ -81,13 +90,20 @@ void PdfPageEngine::updateClip(const QPaintEngineState &vState)
 {
     // A clip is given in the coordinates of the transform in force when it was set.
     const DirtyFlags dirty = vState.state();
-    m_page->setWorldTransform(m_transform);
-    if (dirty & DirtyClipPath)
-        m_page->setClipPath(vState.clipPath(), vState.clipOperation());
-    if (dirty & DirtyClipRegion)
-        m_page->setClipRegion(vState.clipRegion(), vState.clipOperation());
+    add([transform = m_transform](QPainter &page) { page.setWorldTransform(transform); });
+    const Qt::ClipOperation operation = vState.clipOperation();
+    if (dirty & DirtyClipPath) {
+        add([path = vState.clipPath(), operation](QPainter &page) {
+            page.setClipPath(path, operation);
+        });
+    }
+    if (dirty & DirtyClipRegion) {
+        add([region = vState.clipRegion(), operation](QPainter &page) {
+            page.setClipRegion(region, operation);
+        });
+    }
     if (dirty & DirtyClipEnabled)
-        m_page->setClipping(vState.isClipEnabled());
+        add([on = vState.isClipEnabled()](QPainter &page) { page.setClipping(on); });
 }
 
 bool PdfPageEngine::prepare(bool vGrid)
@@ -101,31 +117,31 @@ bool PdfPageEngine::prepare(bool vGrid)
         pen.setBrush(m_brush);
     const bool grid = vGrid && (pen.style() == Qt::NoPen || pen.brush().style() == Qt::SolidPattern)
         && scalesFreely(m_brush);
+    QTransform transform = m_transform;
     if (grid) {
         // Line widths, and with them dashes, are in drawing units; a hairline is not.
         if (!pen.isCosmetic())
             pen.setWidthF(pen.widthF() * kGrid);
-        m_page->setWorldTransform(QTransform::fromScale(1.0 / kGrid, 1.0 / kGrid) * m_transform);
-    } else {
-        m_page->setWorldTransform(m_transform);
+        transform = QTransform::fromScale(1.0 / kGrid, 1.0 / kGrid) * m_transform;
     }
-    m_page->setPen(pen);
-    m_page->setBrush(m_brush);
+    add([transform, pen, brush = m_brush](QPainter &page) {
+        page.setWorldTransform(transform);
+        page.setPen(pen);
+        page.setBrush(brush);
+    });
     return grid;
 }
 
 void PdfPageEngine::drawPath(const QPainterPath &vPath)
 {
-    if (!prepare(true)) {
-        m_page->drawPath(vPath);
-        return;
-    }
     QPainterPath path = vPath;
-    for (int k = 0; k < path.elementCount(); ++k) {
-        const QPainterPath::Element element = path.elementAt(k);
-        path.setElementPositionAt(k, onGrid(element.x), onGrid(element.y));
+    if (prepare(true)) {
+        for (int k = 0; k < path.elementCount(); ++k) {
+            const QPainterPath::Element element = path.elementAt(k);
+            path.setElementPositionAt(k, onGrid(element.x), onGrid(element.y));
+        }
     }
-    m_page->drawPath(path);
+    add([path](QPainter &page) { page.drawPath(path); });
 }
 
 void PdfPageEngine::drawPolygon(const QPointF *vPoints, int vCount, PolygonDrawMode vMode)
@@ -134,31 +150,37 @@ void PdfPageEngine::drawPolygon(const QPointF *vPoints, int vCount, PolygonDrawM
     QPolygonF polygon(vCount);
     for (int k = 0; k < vCount; ++k)
         polygon[k] = grid ? onGrid(vPoints[k]) : vPoints[k];
-    if (vMode == PolylineMode)
-        m_page->drawPolyline(polygon);
-    else
-        m_page->drawPolygon(polygon, vMode == WindingMode ? Qt::WindingFill : Qt::OddEvenFill);
+    if (vMode == PolylineMode) {
+        add([polygon](QPainter &page) { page.drawPolyline(polygon); });
+        return;
+    }
+    const Qt::FillRule rule = vMode == WindingMode ? Qt::WindingFill : Qt::OddEvenFill;
+    add([polygon, rule](QPainter &page) { page.drawPolygon(polygon, rule); });
 }
 
 void PdfPageEngine::drawRects(const QRectF *vRects, int vCount)
 {
     const bool grid = prepare(true);
+    QList<QRectF> rects;
     for (int k = 0; k < vCount; ++k) {
         const QRectF &rect = vRects[k];
-        m_page->drawRect(grid ? QRectF(onGrid(rect.topLeft()), onGrid(rect.bottomRight())) : rect);
+        rects << (grid ? QRectF(onGrid(rect.topLeft()), onGrid(rect.bottomRight())) : rect);
     }
+    add([rects](QPainter &page) { page.drawRects(rects.constData(), int(rects.size())); });
 }
 
 void PdfPageEngine::drawPixmap(const QRectF &vTarget, const QPixmap &vPixmap,
                                const QRectF &vSource)
 {
     prepare(false);
-    m_page->drawPixmap(vTarget, vPixmap, vSource);
+    add([vTarget, vPixmap, vSource](QPainter &page) { page.drawPixmap(vTarget, vPixmap, vSource); });
 }
 
 void PdfPageEngine::drawImage(const QRectF &vTarget, const QImage &vImage, const QRectF &vSource,
                               Qt::ImageConversionFlags vFlags)
 {
     prepare(false);
-    m_page->drawImage(vTarget, vImage, vSource, vFlags);
+    add([vTarget, vImage, vSource, vFlags](QPainter &page) {
+        page.drawImage(vTarget, vImage, vSource, vFlags);
+    });
 }

@@ -1,21 +1,23 @@
 #ifndef PDFPAGEENGINE_H
 #define PDFPAGEENGINE_H
 
+#include "pdfpagedevice.h"
+
 #include <QBrush>
 #include <QPaintEngine>
 #include <QPen>
 #include <QTransform>
 
-class QPainter;
-
-// The paint engine of PdfPageDevice: replays each drawing on the page's painter. Paths,
-// polygons and rectangles go over as integers in 1/100 units with the transform scaled to match;
-// the pens are widened to match too. Anything that a finer grid could change (patterned pens or
-// brushes, images) goes over exactly as it came.
+// The paint engine of PdfPageDevice: records each drawing as a step to replay on the page's
+// painter. Paths, polygons and rectangles go over as integers in 1/100 units with the transform
+// scaled to match, and the pens widened to match. Anything that a finer grid could change
+// (patterned pens or brushes, images) goes over exactly as it came.
 class PdfPageEngine : public QPaintEngine
 {
 public:
-    explicit PdfPageEngine(QPainter *vPage);
+    PdfPageEngine();
+
+    PdfPageDrawing takeDrawing();
 
     bool begin(QPaintDevice *vDevice) override;
     bool end() override;
@@ -30,12 +32,13 @@ public:
     Type type() const override { return User; }
 
 private:
+    void add(std::function<void(QPainter &)> vStep);
     void updateClip(const QPaintEngineState &vState);
-    // Sets the page's transform, pen and brush for a drawing on the grid (or exactly as given);
-    // returns whether coordinates go on the grid.
+    // Adds the step setting the page's transform, pen and brush for a drawing on the grid (or
+    // exactly as given); returns whether coordinates go on the grid.
     bool prepare(bool vGrid);
 
-    QPainter *m_page;
+    PdfPageDrawing m_drawing;
     QTransform m_transform;
     QPen m_pen;
     QBrush m_brush;

@@ -13,7 +13,6 @@
 #include <QPrinter>
 #include <QSvgRenderer>
 #include <QTemporaryDir>
-#include <QThread>
 #include <QThreadPool>
 #include <QtConcurrent/QtConcurrentRun>
 
@@ -52,25 +51,35 @@ QGraphicsScene *sceneOf(QSvgRenderer *vRenderer, QObject *vParent)
     return scene;
 }
 
-// Draws vScene onto the PDF page vPage is active on. The page is drawn through a device that
-// puts the plot's coordinates on a fine integer grid, which the PDF writer stores and
-// compresses in half the bytes and time of the fractions it would write otherwise.
-void renderPage(QGraphicsScene &vScene, QPainter &vPage)
+// Draws vPlot on vPainter as the plot view's scene draws it: scaled to the device keeping its
+// shape, from the top left corner, clipped to the device.
+void drawPlot(QSvgRenderer &vPlot, QPainter &vPainter)
 {
-    PdfPageDevice device(&vPage);
-    QPainter painter(&device);
-    painter.setRenderHints(vPage.renderHints());
-    vScene.render(&painter, QRectF(), vScene.sceneRect(), Qt::KeepAspectRatio);
+    const QRectF page(0, 0, vPainter.device()->width(), vPainter.device()->height());
+    const QRectF plot(QPointF(0, 0), vPlot.defaultSize());
+    const qreal scale = qMin(page.width() / plot.width(), page.height() / plot.height());
+    vPainter.save();
+    vPainter.setClipRect(page, Qt::IntersectClip);
+    vPainter.setWorldTransform(QTransform::fromScale(scale, scale), true);
+    if (vPlot.isValid())
+        vPlot.render(&vPainter, plot);
+    vPainter.restore();
 }
 
-// Reads a plot for the export, handing its renderer over to the exporting thread vOwner: a plot
-// is read on the side while the page before it is drawn and compressed.
-std::shared_ptr<QSvgRenderer> readPlot(const QString &vFile, QThread *vOwner)
+// Reads and draws the plot vFile as a PDF page measuring vPage, through a device that puts its
+// coordinates on a fine integer grid: the PDF writer stores and compresses them in half the bytes
+// and time of the fractions it would write otherwise. The export reads and draws plot k+1 on the
+// side while page k is written and compressed.
+PdfPageDrawing drawPage(const QString &vFile, const PdfPageDevice::Measures &vPage,
+                        QPainter::RenderHints vHints)
 {
-    auto renderer = std::make_shared<QSvgRenderer>();
-    renderer->load(vFile);
-    renderer->moveToThread(vOwner);
-    return renderer;
+    QSvgRenderer plot(vFile);
+    PdfPageDevice device(vPage);
+    QPainter painter(&device);
+    painter.setRenderHints(vHints);
+    drawPlot(plot, painter);
+    painter.end();
+    return device.takeDrawing();
 }
 
 } // namespace
@@ -199,7 +208,12 @@ bool SvgRender::savePdf(const QString &vTarget) const
     QPainter painter;
     if (!beginPdf(printer, painter, vTarget))
         return false;
-    renderPage(*m_scene, painter);
+    PdfPageDevice device(PdfPageDevice::measure(printer));
+    QPainter page(&device);
+    page.setRenderHints(painter.renderHints());
+    drawPlot(*m_renderer, page);
+    page.end();
+    PdfPageDevice::play(device.takeDrawing(), painter);
     return painter.end();
 }
 
@@ -211,25 +225,25 @@ bool SvgRender::saveAllPdf(const QString &vTarget)
         return false;
 
     // The shown plot keeps its own renderer, so the view is untouched while the export runs.
-    QThreadPool reader;
-    reader.setMaxThreadCount(1);
+    QThreadPool drawer;
+    drawer.setMaxThreadCount(1);
     const QStringList files = m_files;
-    const auto read = [&](int vIndex) {
-        return QtConcurrent::run(&reader, readPlot, m_dir.filePath(files.at(vIndex)),
-                                 QThread::currentThread());
+    const PdfPageDevice::Measures page = PdfPageDevice::measure(printer);
+    const auto draw = [&](int vIndex) {
+        return QtConcurrent::run(&drawer, drawPage, m_dir.filePath(files.at(vIndex)), page,
+                                 painter.renderHints());
     };
-    QFuture<std::shared_ptr<QSvgRenderer>> next;
+    QFuture<PdfPageDrawing> next;
     if (!files.isEmpty())
-        next = read(0);
+        next = draw(0);
     const QString total = QString::number(files.size());
     for (int k = 0; k < files.size(); ++k) {
         Q_EMIT on_imageSave(QString::number(k + 1) + QStringLiteral(" of ") + total);
         QCoreApplication::processEvents();
-        const std::shared_ptr<QSvgRenderer> plot = next.result();
+        const PdfPageDrawing drawn = next.takeResult();
         if (k + 1 < files.size())
-            next = read(k + 1);
-        const std::unique_ptr<QGraphicsScene> page(sceneOf(plot.get(), nullptr));
-        renderPage(*page, painter);
+            next = draw(k + 1);
+        PdfPageDevice::play(drawn, painter);
         if (k + 1 < files.size())
             printer.newPage();
     }

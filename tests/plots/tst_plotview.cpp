@@ -128,10 +128,12 @@ QImage drawn(QSvgRenderer &vSvg, bool vThroughPageDevice)
     QPainter page(&image);
     page.setRenderHint(QPainter::Antialiasing);
     if (vThroughPageDevice) {
-        PdfPageDevice device(&page);
+        PdfPageDevice device(PdfPageDevice::measure(image));
         QPainter painter(&device);
         painter.setRenderHints(page.renderHints());
         vSvg.render(&painter);
+        painter.end();
+        PdfPageDevice::play(device.takeDrawing(), page);
     } else {
         vSvg.render(&page);
     }
