@@ -66,20 +66,27 @@ void drawPlot(QSvgRenderer &vPlot, QPainter &vPainter)
     vPainter.restore();
 }
 
-// Reads and draws the plot vFile as a PDF page measuring vPage, through a device that puts its
-// coordinates on a fine integer grid: the PDF writer stores and compresses them in half the bytes
-// and time of the fractions it would write otherwise. The export reads and draws plot k+1 on the
-// side while page k is written and compressed.
-PdfPageDrawing drawPage(const QString &vFile, const PdfPageDevice::Measures &vPage,
+// Draws vPlot as a PDF page measuring vPage, through a device that puts its coordinates on a
+// fine integer grid: the PDF writer stores and compresses them in half the bytes and time of the
+// fractions it would write otherwise.
+PdfPageDrawing drawPage(QSvgRenderer &vPlot, const PdfPageDevice::Measures &vPage,
                         QPainter::RenderHints vHints)
 {
-    QSvgRenderer plot(vFile);
     PdfPageDevice device(vPage);
     QPainter painter(&device);
     painter.setRenderHints(vHints);
-    drawPlot(plot, painter);
+    drawPlot(vPlot, painter);
     painter.end();
     return device.takeDrawing();
+}
+
+// Reads and draws the plot vFile as a page: the export does so for plot k+1 on the side while
+// page k is written and compressed.
+PdfPageDrawing readPage(const QString &vFile, const PdfPageDevice::Measures &vPage,
+                        QPainter::RenderHints vHints)
+{
+    QSvgRenderer plot(vFile);
+    return drawPage(plot, vPage, vHints);
 }
 
 } // namespace
@@ -208,12 +215,8 @@ bool SvgRender::savePdf(const QString &vTarget) const
     QPainter painter;
     if (!beginPdf(printer, painter, vTarget))
         return false;
-    PdfPageDevice device(PdfPageDevice::measure(printer));
-    QPainter page(&device);
-    page.setRenderHints(painter.renderHints());
-    drawPlot(*m_renderer, page);
-    page.end();
-    PdfPageDevice::play(device.takeDrawing(), painter);
+    PdfPageDevice::play(
+        drawPage(*m_renderer, PdfPageDevice::measure(printer), painter.renderHints()), painter);
     return painter.end();
 }
 
@@ -230,7 +233,7 @@ bool SvgRender::saveAllPdf(const QString &vTarget)
     const QStringList files = m_files;
     const PdfPageDevice::Measures page = PdfPageDevice::measure(printer);
     const auto draw = [&](int vIndex) {
-        return QtConcurrent::run(&drawer, drawPage, m_dir.filePath(files.at(vIndex)), page,
+        return QtConcurrent::run(&drawer, readPage, m_dir.filePath(files.at(vIndex)), page,
                                  painter.renderHints());
     };
     QFuture<PdfPageDrawing> next;
