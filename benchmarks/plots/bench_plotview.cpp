@@ -93,8 +93,8 @@ int savePdf(const QString &vDir, int vRepeats)
     if (qEnvironmentVariableIsSet("TOVREL_BENCH_NO_GNUPLOT")) {
         std::printf("(d) saveAllPdf: %.0f ms, %.0f ms of processor time (%.0f ms in all threads), "
                     "%.1f MB (median of %d)\n",
-                    saveAll, saveAllCpu, saveAllProcessCpu, QFileInfo(pdf).size() / (1024.0 * 1024.0),
-                    vRepeats);
+                    saveAll, saveAllCpu, saveAllProcessCpu,
+                    QFileInfo(pdf).size() / (1024.0 * 1024.0), vRepeats);
         return 0;
     }
     timer.start();

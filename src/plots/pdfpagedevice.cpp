@@ -18,16 +18,15 @@ PdfPageDevice::Measures PdfPageDevice::measure(const QPaintDevice &vPage)
     measures[PdmPhysicalDpiX] = vPage.physicalDpiX();
     measures[PdmPhysicalDpiY] = vPage.physicalDpiY();
     measures[PdmDevicePixelRatio] = qRound(vPage.devicePixelRatio());
-    measures[PdmDevicePixelRatioScaled] =
-        qRound(vPage.devicePixelRatio() * devicePixelRatioFScale());
+    measures[PdmDevicePixelRatioScaled]
+        = qRound(vPage.devicePixelRatio() * devicePixelRatioFScale());
     return measures;
 }
 
 PdfPageDevice::PdfPageDevice(const Measures &vPage)
     : m_page(vPage)
     , m_engine(std::make_unique<PdfPageEngine>())
-{
-}
+{ }
 
 PdfPageDevice::~PdfPageDevice() = default;
 

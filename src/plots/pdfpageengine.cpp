@@ -31,8 +31,7 @@ bool scalesFreely(const QBrush &vBrush)
 
 PdfPageEngine::PdfPageEngine()
     : QPaintEngine(AllFeatures)
-{
-}
+{ }
 
 PdfPageDrawing PdfPageEngine::takeDrawing()
 {
@@ -169,11 +168,12 @@ void PdfPageEngine::drawRects(const QRectF *vRects, int vCount)
     add([rects](QPainter &page) { page.drawRects(rects.constData(), int(rects.size())); });
 }
 
-void PdfPageEngine::drawPixmap(const QRectF &vTarget, const QPixmap &vPixmap,
-                               const QRectF &vSource)
+void PdfPageEngine::drawPixmap(const QRectF &vTarget, const QPixmap &vPixmap, const QRectF &vSource)
 {
     prepare(false);
-    add([vTarget, vPixmap, vSource](QPainter &page) { page.drawPixmap(vTarget, vPixmap, vSource); });
+    add([vTarget, vPixmap, vSource](QPainter &page) {
+        page.drawPixmap(vTarget, vPixmap, vSource);
+    });
 }
 
 void PdfPageEngine::drawImage(const QRectF &vTarget, const QImage &vImage, const QRectF &vSource,
