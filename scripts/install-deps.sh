@@ -17,6 +17,8 @@ if [ "${1:-}" = "--test" ]; then
                xvfb openbox xdotool x11-apps imagemagick)
     # python3: the program a received script names on its "#!" line in the trust tests.
     packages+=(python3)
+    # pdftoppm: renders exported PDF pages to images, to compare an export's pages with the plots.
+    packages+=(poppler-utils)
     # The reference statistics the convergence table's golden values come from.
     packages+=(r-cran-posterior)
 fi
