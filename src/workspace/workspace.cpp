@@ -70,6 +70,14 @@ void configureSpinner(WaitingSpinnerWidget *vSpinner, int vLineLength, int vLine
     vSpinner->setRevolutionsPerSecond(vRevolutions);
 }
 
+// Tells the file a run wrote from the one before it. File times are coarse (a few milliseconds
+// on Linux), so a quick run may write its file within the same tick; its size seldom agrees too.
+std::pair<QDateTime, qint64> fileStamp(const QString &vPath)
+{
+    const QFileInfo file(vPath);
+    return {file.lastModified(), file.exists() ? file.size() : -1};
+}
+
 QString readText(const QString &vPath, bool *vOk)
 {
     QFile file(vPath);
@@ -695,7 +703,7 @@ void Workspace::on_run()
     ui->te_Out->setText(QStringLiteral("\n"));
     setOutLogFont();
     m_scriptPath = m_file->fileName();
-    m_outputBefore = QFileInfo(outputPath()).lastModified();
+    m_outputBefore = fileStamp(outputPath());
     m_stoppedByUser = false;
     m_fullOutput.clear();
     if (ui->te_SyntaxEditor->syntaxMode() == SyntaxMode::Mplus) {
@@ -794,7 +802,7 @@ void Workspace::processFinished(int exitCode)
     m_fullOutput = ui->te_Out->utf8Text();
     // Only a file this run wrote is its output: one left by an earlier run would show old
     // results as new.
-    bool hadFile = QFileInfo(outputPath()).lastModified() != m_outputBefore;
+    bool hadFile = fileStamp(outputPath()) != m_outputBefore;
     const QString fileText = hadFile ? readText(outputPath(), &hadFile) : QString();
     // After a failure the stream follows the engine's own file; without a file the pane
     // already holds the stream, once.

@@ -8,6 +8,7 @@
 #include <QString>
 
 #include <memory>
+#include <utility>
 
 class FileHandling;
 class GraphingEngine;
@@ -190,8 +191,8 @@ private:
     FileHandling *m_file = nullptr;
     ProcessHandling *m_runner = nullptr;
     QString m_scriptPath;
-    // The output file's time before the run (invalid when there was none).
-    QDateTime m_outputBefore;
+    // The output file's time and size before the run (invalid and -1 when there was none).
+    std::pair<QDateTime, qint64> m_outputBefore;
     bool m_modifiedByUser = false;
     bool m_examplePromptPending = true;
     bool m_stoppedByUser = false;

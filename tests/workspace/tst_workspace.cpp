@@ -134,6 +134,7 @@ private Q_SLOTS:
         QTest::newRow("clean exit: the output file replaces the stream") << QByteArray("echo streamed; printf 'final\\n' > \"$OUTPUT\"") << "final\n" << false;
         QTest::newRow("no output file: the stream is kept and saved") << QByteArray("echo streamed") << "\nstreamed\n" << false;
         QTest::newRow("failure: the stream follows the file") << QByteArray("echo streamed; printf 'final\\n' > \"$OUTPUT\"; exit 3") << "final\n\nstreamed\n" << true;
+        QTest::newRow("a file written within the old one's clock tick is this run's") << QByteArray("touch -r \"$OUTPUT\" \"$OUTPUT.old\"; echo streamed; printf 'final, a new size\n' > \"$OUTPUT\"; touch -r \"$OUTPUT.old\" \"$OUTPUT\"") << "final, a new size\n" << false;
         QTest::newRow("stderr during a run joins the stream") << QByteArray("echo a; sleep 0.2; echo warn >&2; sleep 0.2; echo b; exit 1") << "\na\nwarn\nb\n" << true;
         QTest::newRow("a 1 MB line streams whole") << QByteArray("head -c 1048576 /dev/zero | tr '\\0' x; echo; echo end") << "\n" + QString(1 << 20, 'x') + "\nend\n" << false;
         QTest::newRow("invalid UTF-8 and NUL bytes lose nothing after them") << QByteArray("printf 'a\\377\\0b\\n'; echo end; exit 1") << QString("\na\uFFFD") + QChar(0) + "b\nend\n" << true;
