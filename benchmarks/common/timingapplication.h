@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QHash>
 #include <QString>
 
 #include <ctime>
@@ -24,8 +25,11 @@ public:
         clock.start();
         const double cpuBefore = threadCpuMs();
         ++s_depth;
+        const bool watched = s_watchedCpuMs.contains(vReceiver);
         const bool handled = QApplication::notify(vReceiver, vEvent);
         const double ms = clock.nsecsElapsed() / 1e6;
+        if (watched)
+            s_watchedCpuMs[vReceiver] += threadCpuMs() - cpuBefore;
         if (--s_depth == 0) {
             const double cpu = threadCpuMs() - cpuBefore;
             const QString name = QStringLiteral("%1 to %2").arg(type).arg(QLatin1String(receiver));
@@ -66,6 +70,9 @@ public:
     static inline double s_busiestCpuMs = 0;
     static inline QString s_busiest;
     static inline int s_depth = 0;
+    // Processor time of the events sent to these objects (their painting, say), nested or not;
+    // an object is watched once it has an entry.
+    static inline QHash<const QObject *, double> s_watchedCpuMs;
 };
 
 // A field of /proc/self/status in KiB ("VmHWM:" the peak, "VmRSS:" now); -1 where there is none.

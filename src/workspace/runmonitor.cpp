@@ -67,6 +67,24 @@ qsizetype lineEnd(QStringView vText, qsizetype vFrom, bool vCr)
     return cr < 0 ? feed : vFrom + cr;
 }
 
+// Whether vLine starts as a PSR row does, with a count and "to": a plain scan, no words made.
+bool startsLikePsrRow(QStringView vLine)
+{
+    const qsizetype size = vLine.size();
+    qsizetype at = 0;
+    while (at < size && vLine.at(at).isSpace())
+        ++at;
+    const qsizetype digits = at;
+    while (at < size && vLine.at(at).unicode() >= u'0' && vLine.at(at).unicode() <= u'9')
+        ++at;
+    if (at == digits || at == size || !vLine.at(at).isSpace())
+        return false;
+    while (at < size && vLine.at(at).isSpace())
+        ++at;
+    return at + 2 < size && vLine.at(at) == u't' && vLine.at(at + 1) == u'o'
+        && vLine.at(at + 2).isSpace();
+}
+
 QStringView trimmedStart(QStringView vLine)
 {
     qsizetype at = 0;
@@ -224,11 +242,13 @@ QString RunMonitor::clock(qint64 vMs)
 
 bool RunMonitor::readPsrRow(QStringView vLine, PsrRow *vRow)
 {
-    // "  1001 to 2000   1.234   7  b1": the cheap test first, as most lines fail it.
+    // "  1001 to 2000   1.234   7  b1": the cheap test first, as most lines fail it (a flood
+    // of iteration rows passes through here).
+    if (!startsLikePsrRow(vLine))
+        return false;
     qsizetype at = 0;
     const QStringView first = nextWord(vLine, &at);
-    if (nextWord(vLine, &at) != u"to")
-        return false;
+    nextWord(vLine, &at); // "to"
     PsrRow row;
     qint64 parameter = 0;
     if (!readCount(first, &row.first) || !readCount(nextWord(vLine, &at), &row.last)
