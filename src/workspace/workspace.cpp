@@ -34,6 +34,7 @@
 #include <QPushButton>
 #include <QResizeEvent>
 #include <QSaveFile>
+#include <QtConcurrent/QtConcurrentRun>
 #include <QTemporaryDir>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -469,6 +470,7 @@ void Workspace::shutDown()
         m_convergence->clear();
     // Only now: an engine still alive could write into the folder again.
     m_tempDir.reset();
+    m_outputSaving.waitForFinished();
 }
 
 void Workspace::updateTitle()
@@ -703,6 +705,7 @@ void Workspace::on_run()
     ui->te_Out->setText(QStringLiteral("\n"));
     setOutLogFont();
     m_scriptPath = m_file->fileName();
+    m_outputSaving.waitForFinished();
     m_outputBefore = fileStamp(outputPath());
     m_stoppedByUser = false;
     m_fullOutput.clear();
@@ -832,12 +835,17 @@ void Workspace::saveOutput(const QByteArray &vText)
     const QString path = outputPath();
     if (path.isEmpty())
         return;
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
-        return;
-    file.write(vText);
-    if (file.commit())
-        qDebug(" ~ Saved output ~ ");
+    // Written on the side: copying tens of megabytes into the file system held the window still
+    // for a quarter of a second at the end of a 100 MB run. Whatever reads or replaces the file
+    // next waits for it (a new run, closing).
+    m_outputSaving.waitForFinished();
+    m_outputSaving = QtConcurrent::run([path, vText] {
+        QSaveFile file(path);
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Text))
+            return false;
+        file.write(vText);
+        return file.commit();
+    });
 }
 
 void Workspace::on_stop()

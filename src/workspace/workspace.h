@@ -2,6 +2,7 @@
 #define WORKSPACE_H
 
 #include <QDateTime>
+#include <QFuture>
 #include <QMainWindow>
 #include <QPointer>
 #include <QProcess>
@@ -193,6 +194,8 @@ private:
     QString m_scriptPath;
     // The output file's time and size before the run (invalid and -1 when there was none).
     std::pair<QDateTime, qint64> m_outputBefore;
+    // The stream being saved as the run's output, off the interface's thread.
+    QFuture<bool> m_outputSaving;
     bool m_modifiedByUser = false;
     bool m_examplePromptPending = true;
     bool m_stoppedByUser = false;
