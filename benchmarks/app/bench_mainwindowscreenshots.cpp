@@ -8,6 +8,7 @@
 // writes docs/mainwindow-light.png, docs/mainwindow-dark.png and docs/preferences.png.
 
 #include "screenshots.h"
+#include "shotsession.h"
 #include "testmain.h"
 
 #include "app/darkstyle.h"
@@ -19,7 +20,6 @@
 #include <QMenu>
 #include <QSignalSpy>
 #include <QStyle>
-#include <QStyleFactory>
 
 namespace {
 
@@ -46,10 +46,7 @@ bool shoot(const QString &vFile, const QPalette &vPalette, bool vDark, const QSt
 
 int main(int argc, char *argv[])
 {
-    drawOnTheDisplay();
-    TestEnvironment environment;
-    QApplication app(argc, argv);
-    QApplication::setStyle(QStyleFactory::create("Fusion"));
+    const ShotSession session(argc, argv);
     const QDir folder = shotFolder(argc, argv);
     const QString bin = QCoreApplication::applicationDirPath() + QStringLiteral("/../bin");
     const QString examples = bin + QStringLiteral("/User Guide Examples/");

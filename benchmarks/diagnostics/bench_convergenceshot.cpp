@@ -8,6 +8,7 @@
 // writes docs/convergence.png.
 
 #include "screenshots.h"
+#include "shotsession.h"
 #include "testmain.h"
 
 #include "config/csettings.h"
@@ -15,16 +16,12 @@
 #include "workspace/workspace.h"
 
 #include <QSignalSpy>
-#include <QStyleFactory>
 #include <QDockWidget>
 #include <QTableView>
 
 int main(int argc, char *argv[])
 {
-    drawOnTheDisplay();
-    TestEnvironment environment;
-    QApplication app(argc, argv);
-    QApplication::setStyle(QStyleFactory::create("Fusion"));
+    const ShotSession session(argc, argv);
     const QString bin = QCoreApplication::applicationDirPath() + QStringLiteral("/../bin");
     const QString chapter
         = bin + QStringLiteral("/User Guide Examples/1.1-Potential Scale Reduction");

@@ -9,6 +9,7 @@
 #include "editor/wsyntaxeditor.h"
 #include "editor/wtextfinder.h"
 #include "screenshots.h"
+#include "shotsession.h"
 #include "testmain.h"
 
 #include <QDir>
@@ -16,7 +17,6 @@
 #include <QLineEdit>
 #include <QPalette>
 #include <QStyle>
-#include <QStyleFactory>
 #include <QVBoxLayout>
 
 #include <cstdio>
@@ -81,10 +81,7 @@ bool shoot(const QString &vFile, const QPalette &vPalette)
 
 int main(int argc, char *argv[])
 {
-    drawOnTheDisplay();
-    TestEnvironment environment;
-    QApplication app(argc, argv);
-    QApplication::setStyle(QStyleFactory::create("Fusion"));
+    const ShotSession session(argc, argv);
     const QDir folder = shotFolder(argc, argv);
     const QPalette light = QApplication::style()->standardPalette();
     const bool ok = shoot(folder.filePath("editor-light.png"), light)

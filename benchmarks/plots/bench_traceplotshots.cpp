@@ -8,6 +8,7 @@
 // writes plots-arriving.png and plot-burn-in.png there (the user guide's are in docs/user-guide).
 
 #include "screenshots.h"
+#include "shotsession.h"
 #include "testmain.h"
 #include "traceplots.h"
 
@@ -19,16 +20,12 @@
 #include <QImage>
 #include <QPainter>
 #include <QSignalSpy>
-#include <QStyleFactory>
 #include <QSvgRenderer>
 #include <QToolButton>
 
 int main(int argc, char *argv[])
 {
-    drawOnTheDisplay();
-    TestEnvironment environment;
-    QApplication app(argc, argv);
-    QApplication::setStyle(QStyleFactory::create("Fusion"));
+    const ShotSession session(argc, argv);
     const QDir folder = shotFolder(argc, argv);
     constexpr int kParameters = 300;
 

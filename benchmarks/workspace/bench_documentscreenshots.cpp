@@ -7,6 +7,7 @@
 // writes docs/document-light.png and docs/document-dark.png.
 
 #include "screenshots.h"
+#include "shotsession.h"
 #include "testmain.h"
 
 #include "config/csettings.h"
@@ -14,7 +15,6 @@
 
 #include <QSignalSpy>
 #include <QStyle>
-#include <QStyleFactory>
 
 namespace {
 
@@ -46,10 +46,7 @@ bool shoot(const QString &vFile, const QPalette &vPalette, bool vDark, const QSt
 
 int main(int argc, char *argv[])
 {
-    drawOnTheDisplay();
-    TestEnvironment environment;
-    QApplication app(argc, argv);
-    QApplication::setStyle(QStyleFactory::create("Fusion"));
+    const ShotSession session(argc, argv);
     const QDir folder = shotFolder(argc, argv);
     const QString bin = QCoreApplication::applicationDirPath() + QStringLiteral("/../bin");
     const QString chapter

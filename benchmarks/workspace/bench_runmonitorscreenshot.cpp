@@ -8,6 +8,7 @@
 // studio's dark colours instead.
 
 #include "screenshots.h"
+#include "shotsession.h"
 #include "testmain.h"
 
 #include "config/csettings.h"
@@ -18,16 +19,12 @@
 #include <QDeadlineTimer>
 #include <QLabel>
 #include <QStyle>
-#include <QStyleFactory>
 #include <QTemporaryDir>
 #include <QtTest>
 
 int main(int argc, char *argv[])
 {
-    drawOnTheDisplay();
-    TestEnvironment environment;
-    QApplication app(argc, argv);
-    QApplication::setStyle(QStyleFactory::create("Fusion"));
+    const ShotSession session(argc, argv);
     const bool dark = argc > 2 && qstrcmp(argv[2], "--dark") == 0;
     QApplication::setPalette(dark ? studioDarkPalette() : QApplication::style()->standardPalette());
     const QDir folder = shotFolder(argc, argv);
